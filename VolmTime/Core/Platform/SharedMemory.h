@@ -1,0 +1,53 @@
+// Named shared memory that lives while some process holds it.
+#ifndef VOLMTIME_CORE_PLATFORM_SHAREDMEMORY_H
+#define VOLMTIME_CORE_PLATFORM_SHAREDMEMORY_H
+
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace VolmTime::Core::Platform {
+
+// Thrown when named shared memory cannot be created, opened or mapped. what() is the
+// system's reason, without trailing line breaks (for example "File not found." or
+// "No such file or directory").
+class SharedMemoryError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A named shared-memory object and one view of all of it. The name is used as it stands,
+// without prefix. The store exists while any process holds it: the last holder's release
+// removes it, and a store whose holders all died is not opened as a live one.
+class SharedMemoryMapping {
+ public:
+  // Creates the store with `size` bytes, zero-filled, read-write, open to every account, or
+  // opens it read-write if it exists already. Throws SharedMemoryError.
+  static SharedMemoryMapping CreateOrOpen(const std::string& name, std::size_t size);
+
+  // Opens an existing store and maps all of it read-only. Throws SharedMemoryError.
+  static SharedMemoryMapping OpenReadOnly(const std::string& name);
+
+  SharedMemoryMapping(SharedMemoryMapping&&) noexcept;
+  SharedMemoryMapping& operator=(SharedMemoryMapping&&) noexcept;
+  ~SharedMemoryMapping();
+
+  // Base address of the view.
+  [[nodiscard]] void* Address() const noexcept;
+  // Size of the view: the whole object as the system reports it (it may be larger than
+  // asked for, or smaller when another program made it).
+  [[nodiscard]] std::size_t Size() const noexcept;
+  [[nodiscard]] bool IsWritable() const noexcept;
+  [[nodiscard]] const std::string& Name() const noexcept;
+
+  struct Impl;
+
+ private:
+  explicit SharedMemoryMapping(std::unique_ptr<Impl> impl) noexcept;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace VolmTime::Core::Platform
+
+#endif  // VOLMTIME_CORE_PLATFORM_SHAREDMEMORY_H

@@ -1,0 +1,27 @@
+// Waiting on one or several handles, with the outcomes of the Win32 wait functions.
+#ifndef VOLMTIME_CORE_PLATFORM_WAIT_H
+#define VOLMTIME_CORE_PLATFORM_WAIT_H
+
+#include "VolmTime/Core/Platform/PlatformTypes.h"
+
+#include <cstdint>
+
+namespace VolmTime::Core::Platform {
+
+// Waits until the handle is signalled or timeoutMs elapses (kInfinite: no limit).
+// Returns kWaitObject0, kWaitTimeout or kWaitFailed.
+[[nodiscard]] std::uint32_t WaitForOne(NativeHandle handle, std::uint32_t timeoutMs) noexcept;
+
+// Waits for any one (waitAll false) or all (waitAll true) of count handles.
+// Returns kWaitObject0 + the lowest signalled index (waitAll false), kWaitObject0 (waitAll
+// true), kWaitTimeout, or kWaitFailed for an invalid handle, a null array, a count of 0 or
+// more than kMaximumWaitObjects. The wait consumes the signal of the auto-reset objects it
+// reports (timers, events), so one signal releases one waiting thread. On Linux a host may
+// pass any pollable descriptor (pipe, socket, eventfd); only timerfd and eventfd signals
+// are consumed.
+[[nodiscard]] std::uint32_t WaitForMany(const NativeHandle* handles, std::uint32_t count,
+                                        bool waitAll, std::uint32_t timeoutMs) noexcept;
+
+}  // namespace VolmTime::Core::Platform
+
+#endif  // VOLMTIME_CORE_PLATFORM_WAIT_H

@@ -1,0 +1,55 @@
+// Basic types shared by every VolmTime interface: result codes, identifiers, the 16-bit
+// character and the platform handle.
+//
+// This header is self-contained and includes no platform header, so a host built with
+// another compiler can use it as it stands.
+#ifndef VOLMTIME_VOLMTYPES_H
+#define VOLMTIME_VOLMTYPES_H
+
+#include <cstdint>
+
+// 32-bit result code in the platform's layout: the top bit set means failure.
+typedef std::uint32_t VolmResult;
+
+inline constexpr VolmResult VOLM_S_OK = 0x00000000u;
+inline constexpr VolmResult VOLM_S_FALSE = 0x00000001u;
+inline constexpr VolmResult VOLM_E_NOTIMPL = 0x80004001u;
+inline constexpr VolmResult VOLM_E_NOINTERFACE = 0x80004002u;
+inline constexpr VolmResult VOLM_E_POINTER = 0x80004003u;
+inline constexpr VolmResult VOLM_E_FAIL = 0x80004005u;
+inline constexpr VolmResult VOLM_CLASS_E_CLASSNOTAVAILABLE = 0x80040111u;
+
+constexpr bool VolmSucceeded(VolmResult result) noexcept { return (result & 0x80000000u) == 0; }
+constexpr bool VolmFailed(VolmResult result) noexcept { return !VolmSucceeded(result); }
+
+// A 16-byte identifier. The bytes stand in the order of the hexadecimal digit pairs of the
+// text form ("20589DAC-2116-..." starts with 0x20, 0x58, ...); this is not the mixed-endian
+// layout of the Windows GUID structure.
+struct VolmId {
+  std::uint8_t bytes[16];
+};
+
+constexpr bool operator==(const VolmId& left, const VolmId& right) noexcept {
+  for (int i = 0; i < 16; ++i) {
+    if (left.bytes[i] != right.bytes[i]) return false;
+  }
+  return true;
+}
+
+#if defined(_WIN32)
+// UTF-16 text character and a Win32 HANDLE.
+typedef wchar_t VolmWideChar;
+typedef void* VolmHandle;
+#define VOLM_TEXT_(literal) L##literal
+#else
+// UTF-16 text character and a file descriptor (-1 for none) that poll() accepts.
+typedef char16_t VolmWideChar;
+typedef int VolmHandle;
+#define VOLM_TEXT_(literal) u##literal
+#endif
+// A string literal of VolmWideChar: VOLM_TEXT("QPC timer").
+#define VOLM_TEXT(literal) VOLM_TEXT_(literal)
+
+static_assert(sizeof(VolmWideChar) == 2, "VolmTime texts are UTF-16");
+
+#endif  // VOLMTIME_VOLMTYPES_H

@@ -95,6 +95,11 @@ class CVolmUnknownImpl1 : public I, public IGetVolmError {
  protected:
   CVolmUnknownImpl1() noexcept { IncrementLiveObjects(); }
 
+  // The current count, for classes that must tell a fresh object from a dying one.
+  [[nodiscard]] std::uint32_t ReferenceCount() const noexcept {
+    return refCount_.load(std::memory_order_seq_cst);
+  }
+
  private:
   std::atomic<std::uint32_t> refCount_{0};
   IVolmError* lastError_ = nullptr;

@@ -1,0 +1,26 @@
+// Waiting on several platform handles at once.
+#ifndef VOLMTIME_IWAITFOREVENTS_H
+#define VOLMTIME_IWAITFOREVENTS_H
+
+#include <VolmTime/IVolmUnknown.h>
+
+// Outcomes of IWaitForEvents::Wait.
+inline constexpr std::uint32_t VOLM_WAIT_OBJECT_0 = 0x00000000u;
+inline constexpr std::uint32_t VOLM_WAIT_ABANDONED_0 = 0x00000080u;
+inline constexpr std::uint32_t VOLM_WAIT_TIMEOUT = 0x00000102u;
+inline constexpr std::uint32_t VOLM_WAIT_FAILED = 0xFFFFFFFFu;
+inline constexpr std::uint32_t VOLM_INFINITE = 0xFFFFFFFFu;
+inline constexpr std::uint32_t VOLM_MAXIMUM_WAIT_OBJECTS = 64;
+
+class IWaitForEvents : public IVolmUnknown {
+ public:
+  // Waits for any one (waitAll false) or all of `count` handles. *outcome gets
+  // VOLM_WAIT_OBJECT_0 + index, VOLM_WAIT_TIMEOUT or VOLM_WAIT_FAILED.
+  virtual VolmResult Wait(const VolmHandle* handles, std::uint32_t count, bool waitAll,
+                          std::uint32_t timeoutMs, std::uint32_t* outcome) = 0;
+
+ protected:
+  ~IWaitForEvents() = default;
+};
+
+#endif  // VOLMTIME_IWAITFOREVENTS_H

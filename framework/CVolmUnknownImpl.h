@@ -95,6 +95,16 @@ class CVolmUnknownImpl1 : public I, public IGetVolmError {
  protected:
   CVolmUnknownImpl1() noexcept { IncrementLiveObjects(); }
 
+  // Adds a reference unless the count has reached 0, for classes found through tables that
+  // hold no references: an object whose count reached 0 is being destroyed and stays so.
+  [[nodiscard]] bool TryAddReference() noexcept {
+    std::uint32_t count = refCount_.load(std::memory_order_seq_cst);
+    while (count != 0) {
+      if (refCount_.compare_exchange_weak(count, count + 1, std::memory_order_seq_cst)) return true;
+    }
+    return false;
+  }
+
   // The current count, for classes that must tell a fresh object from a dying one.
   [[nodiscard]] std::uint32_t ReferenceCount() const noexcept {
     return refCount_.load(std::memory_order_seq_cst);

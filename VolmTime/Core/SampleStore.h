@@ -43,7 +43,10 @@ struct SampleStoreHeader {
   // count (low half) and flags (high half), written together by one 64-bit store.
   std::uint64_t countAndFlags;
   std::uint32_t latestSlot;
-  std::uint32_t reserved;
+  // Reserved in the layout; this writer counts its appends here (modulo 2^32) so that its
+  // readers can tell when it overwrote samples under them. Readers and writers that leave
+  // the field alone still work with ours.
+  std::uint32_t appendGeneration;
 };
 
 static_assert(sizeof(SampleStoreHeader) == 24);
@@ -51,7 +54,7 @@ static_assert(offsetof(SampleStoreHeader, version) == 0);
 static_assert(offsetof(SampleStoreHeader, capacity) == 4);
 static_assert(offsetof(SampleStoreHeader, countAndFlags) == 8);
 static_assert(offsetof(SampleStoreHeader, latestSlot) == 16);
-static_assert(offsetof(SampleStoreHeader, reserved) == 20);
+static_assert(offsetof(SampleStoreHeader, appendGeneration) == 20);
 
 struct SampleStore {
   SampleStoreHeader header;
@@ -88,16 +91,19 @@ void StoreShared(T& field, T value, std::memory_order order) noexcept {
   std::atomic_ref<T>(field).store(value, order);
 }
 
+// Samples are stored with release and loaded with acquire: a reader that sees a sample the
+// writer overwrote also sees everything the writer did before, the raised append generation
+// above all.
 inline CorrectionSample LoadSample(const CorrectionSample& slot) noexcept {
-  return {LoadShared(slot.tick, std::memory_order_relaxed),
-          LoadShared(slot.time, std::memory_order_relaxed),
-          LoadShared(slot.rate, std::memory_order_relaxed)};
+  return {LoadShared(slot.tick, std::memory_order_acquire),
+          LoadShared(slot.time, std::memory_order_acquire),
+          LoadShared(slot.rate, std::memory_order_acquire)};
 }
 
 inline void StoreSample(CorrectionSample& slot, const CorrectionSample& sample) noexcept {
-  StoreShared(slot.tick, sample.tick, std::memory_order_relaxed);
-  StoreShared(slot.time, sample.time, std::memory_order_relaxed);
-  StoreShared(slot.rate, sample.rate, std::memory_order_relaxed);
+  StoreShared(slot.tick, sample.tick, std::memory_order_release);
+  StoreShared(slot.time, sample.time, std::memory_order_release);
+  StoreShared(slot.rate, sample.rate, std::memory_order_release);
 }
 
 }  // namespace VolmTime::Core

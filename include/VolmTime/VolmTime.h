@@ -5,7 +5,9 @@
 #include <VolmTime/IClock.h>
 #include <VolmTime/ICorrectionFunction.h>
 #include <VolmTime/IHighResolutionCounter.h>
+#include <VolmTime/IPiecewiseLinearCorrection.h>
 #include <VolmTime/IVolmTimeFactory.h>
+#include <VolmTime/IVolmTimeFactoryAdvanced.h>
 #include <VolmTime/IVolmUnknown.h>
 #include <VolmTime/IWaitForEvents.h>
 #include <VolmTime/IWaitableTickTimer.h>

@@ -1,0 +1,210 @@
+#include "VolmTime/Core/PiecewiseLinearCorrectionFunction.h"
+
+#include "VolmTime/Core/CException.h"
+#include "VolmTime/Core/FullRangeConversion.h"
+
+namespace VolmTime::Core {
+
+namespace {
+
+[[noreturn]] void Fail(const VolmWideChar* message) { throw CException(message); }
+
+constexpr std::uint32_t HistoryIndex(std::uint64_t position) noexcept {
+  return static_cast<std::uint32_t>(position % kHistoryCapacity);
+}
+
+// The published sequence as a reader sees it: history[first .. first+historyLength) in ring
+// order, then the latest sample.
+struct ReadableSequence {
+  const SampleStore* store;
+  std::uint32_t first;
+  std::uint32_t historyLength;
+  std::uint32_t latestSlot;
+  bool empty;
+
+  [[nodiscard]] std::uint32_t Length() const noexcept { return historyLength + 1; }
+  [[nodiscard]] CorrectionSample At(std::uint32_t position) const noexcept {
+    if (position == historyLength) return LoadSample(store->latestRing[latestSlot]);
+    return LoadSample(store->history[HistoryIndex(std::uint64_t{first} + position)]);
+  }
+  [[nodiscard]] CorrectionSample Latest() const noexcept { return At(historyLength); }
+};
+
+ReadableSequence ReadSequence(const SampleStore& store) noexcept {
+  // latestSlot is read before count and flags: a reader that sees a new latest slot then
+  // also sees the count that commits the sample it replaced.
+  const std::uint32_t latestSlot =
+      LoadShared(store.header.latestSlot, std::memory_order_acquire) & kLatestSlotMask;
+  const std::uint64_t countAndFlags = LoadShared(store.header.countAndFlags, std::memory_order_acquire);
+  const std::uint32_t count = CountOf(countAndFlags);
+  const std::uint32_t flags = FlagsOf(countAndFlags);
+  ReadableSequence sequence{&store, 0, 0, latestSlot, (flags & kFlagLatestValid) == 0};
+  if (sequence.empty) return sequence;
+  const std::uint32_t last = HistoryIndex(std::uint64_t{count} + kHistoryCapacity - 1);
+  if ((flags & kFlagFull) != 0) {
+    sequence.first = HistoryIndex(std::uint64_t{count} + kExcludedHistorySlots);
+    sequence.historyLength = kHistoryCapacity - kExcludedHistorySlots;
+  } else {
+    // Slots 1 to last. Whatever the header holds, both ends stay inside the history.
+    sequence.first = 1;
+    sequence.historyLength = last;
+  }
+  return sequence;
+}
+
+// A view stays intact while the writer appends fewer than this many samples after the
+// header was read: the latest ring has 16 slots and a full window skips 17 history slots.
+constexpr std::uint32_t kAppendsAViewSurvives = kLatestRingSize - 1;
+// A reader lapped this often in a row gives up rather than spin on a runaway writer.
+constexpr int kMaximumReadAttempts = 1000;
+
+std::uint32_t LoadGeneration(const SampleStore& store) noexcept {
+  return LoadShared(store.header.appendGeneration, std::memory_order_acquire);
+}
+
+// Runs `evaluate` on the published sequence until no lapping writer can have overwritten
+// what it read; the answer never mixes samples of two different states.
+template <typename Evaluate>
+auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
+  for (int attempt = 1;; ++attempt) {
+    const std::uint32_t before = LoadGeneration(store);
+    auto result = evaluate(ReadSequence(store));
+    const std::uint32_t appended = LoadGeneration(store) - before;
+    if (appended <= kAppendsAViewSurvives) return result;
+    if (attempt == kMaximumReadAttempts) {
+      Fail(VOLM_TEXT("Correction Function changes too fast to be read."));
+    }
+  }
+}
+
+std::uint64_t KeyOf(const CorrectionSample& sample, bool byTick) noexcept {
+  return byTick ? sample.tick : sample.time;
+}
+
+CorrectionSample FindSegmentIn(const ReadableSequence& sequence, bool byTick, std::uint64_t value) {
+  if (sequence.empty) Fail(VOLM_TEXT("Correction Function does not contain any segment."));
+  // Clock readings land in the latest segment almost always; answering them without the
+  // search gives what the search would.
+  CorrectionSample found = sequence.Latest();
+  if (value < KeyOf(found, byTick)) {
+    // Upper bound: the first sample whose key is greater than the value.
+    std::uint32_t position = 0;
+    std::uint32_t remaining = sequence.Length();
+    while (remaining > 0) {
+      const std::uint32_t half = remaining / 2;
+      const std::uint32_t middle = position + half;
+      if (value < KeyOf(sequence.At(middle), byTick)) {
+        remaining = half;
+      } else {
+        position = middle + 1;
+        remaining = remaining - half - 1;
+      }
+    }
+    if (position == 0) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
+    found = sequence.At(position - 1);
+  }
+  if (found.rate == 0.0) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
+  return found;
+}
+
+}  // namespace
+
+template <typename Tick, typename Time>
+Time PiecewiseLinearCorrectionFunction<Tick, Time>::TickToTime(Tick tick) const {
+  const CorrectionSample segment = ReadConsistently(
+      *store_, [&](const ReadableSequence& sequence) { return FindSegmentIn(sequence, true, tick); });
+  return segment.time + TruncateToUint64(ToDouble(tick - segment.tick) * segment.rate);
+}
+
+template <typename Tick, typename Time>
+Tick PiecewiseLinearCorrectionFunction<Tick, Time>::TimeToTick(Time time) const {
+  const CorrectionSample segment = ReadConsistently(
+      *store_, [&](const ReadableSequence& sequence) { return FindSegmentIn(sequence, false, time); });
+  return segment.tick + TruncateToUint64(ToDouble(time - segment.time) / segment.rate);
+}
+
+template <typename Tick, typename Time>
+double PiecewiseLinearCorrectionFunction<Tick, Time>::GetRate() const {
+  return ReadConsistently(*store_, [](const ReadableSequence& sequence) {
+    return sequence.empty ? 0.0 : sequence.Latest().rate;
+  });
+}
+
+template <typename Tick, typename Time>
+void PiecewiseLinearCorrectionFunction<Tick, Time>::RequireWriter() const {
+  if (!isWriter_) Fail(VOLM_TEXT("Can not write on reader."));
+}
+
+template <typename Tick, typename Time>
+void PiecewiseLinearCorrectionFunction<Tick, Time>::AddSample(const CorrectionSample& sample) {
+  RequireWriter();
+  CorrectionSample previous{0, 0, 0.0};
+  if (hasLatest_) {
+    previous = LoadSample(store_->latestRing[latestSlot_]);
+  } else if (committedCount_ > 1) {
+    previous = LoadSample(store_->history[HistoryIndex(committedCount_ - 1)]);
+  }
+  // With nothing committed since the last reset the previous sample is the sentinel
+  // {0, 0}, even where an old sample of a wrapped history now sits in slot 0.
+  if (sample.tick <= previous.tick) Fail(VOLM_TEXT("Ticks must be increasing"));
+  if (sample.time <= previous.time) Fail(VOLM_TEXT("Time must be increasing"));
+  // Raised before the overwrites below, which are release stores: a reader that sees one
+  // of them sees the new generation too.
+  std::atomic_ref<std::uint32_t>(store_->header.appendGeneration).fetch_add(1, std::memory_order_relaxed);
+  if (hasLatest_) {
+    StoreSample(store_->history[HistoryIndex(committedCount_)], previous);
+    ++committedCount_;
+    if (committedCount_ >= kFullThreshold) full_ = true;
+  }
+  latestSlot_ = (latestSlot_ + 1) % kLatestRingSize;
+  StoreSample(store_->latestRing[latestSlot_], sample);
+  hasLatest_ = true;
+}
+
+template <typename Tick, typename Time>
+void PiecewiseLinearCorrectionFunction<Tick, Time>::AddSample(Tick tick, double rate, Time time) {
+  // Through the virtual record form, so a subclass that overrides it is used.
+  this->AddSample(CorrectionSample{tick, time, rate});
+}
+
+template <typename Tick, typename Time>
+void PiecewiseLinearCorrectionFunction<Tick, Time>::RemoveLastSample() {
+  RequireWriter();
+  if (!hasLatest_) Fail(VOLM_TEXT("Can only remove one sample in a row"));
+  hasLatest_ = false;
+}
+
+template <typename Tick, typename Time>
+std::uint64_t PiecewiseLinearCorrectionFunction<Tick, Time>::GetSampleCount() const {
+  if (!isWriter_) Fail(VOLM_TEXT("Only defined on writer."));
+  const std::uint64_t committed = committedCount_ - 1;
+  const std::uint64_t window = kHistoryCapacity - kExcludedHistorySlots;
+  return (full_ && committed > window ? window : committed) + (hasLatest_ ? 1 : 0);
+}
+
+template <typename Tick, typename Time>
+void PiecewiseLinearCorrectionFunction<Tick, Time>::Publish() {
+  RequireWriter();
+  const std::uint32_t flags = (full_ ? kFlagFull : 0u) | (hasLatest_ ? kFlagLatestValid : 0u);
+  StoreShared(store_->header.countAndFlags,
+              PackCountAndFlags(static_cast<std::uint32_t>(committedCount_), flags),
+              std::memory_order_release);
+  StoreShared(store_->header.latestSlot, static_cast<std::uint32_t>(latestSlot_),
+              std::memory_order_release);
+}
+
+template <typename Tick, typename Time>
+void PiecewiseLinearCorrectionFunction<Tick, Time>::Reset() {
+  RequireWriter();
+  StoreShared(store_->header.version, kSampleStoreVersion, std::memory_order_relaxed);
+  StoreShared(store_->header.capacity, kHistoryCapacity, std::memory_order_relaxed);
+  committedCount_ = 1;
+  full_ = false;
+  latestSlot_ = 0;
+  hasLatest_ = false;
+  Publish();
+}
+
+template class PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>;
+
+}  // namespace VolmTime::Core

@@ -1,0 +1,60 @@
+// A piecewise-linear correction function over a SampleStore that a subclass provides. One
+// writer appends samples privately and makes them visible with Publish; readers evaluate
+// the published function without a lock.
+#ifndef VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTION_H
+#define VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTION_H
+
+#include "VolmTime/Core/IPiecewiseLinearCorrection.h"
+#include "VolmTime/Core/SampleStore.h"
+
+#include <cstdint>
+
+namespace VolmTime::Core {
+
+template <typename Tick, typename Time>
+class PiecewiseLinearCorrectionFunction : public IPiecewiseLinearCorrection<Tick, Time> {
+ public:
+  PiecewiseLinearCorrectionFunction(const PiecewiseLinearCorrectionFunction&) = delete;
+  PiecewiseLinearCorrectionFunction& operator=(const PiecewiseLinearCorrectionFunction&) = delete;
+
+  [[nodiscard]] Time TickToTime(Tick tick) const override;
+  [[nodiscard]] Tick TimeToTick(Time time) const override;
+  [[nodiscard]] double GetRate() const override;
+
+  void AddSample(const CorrectionSample& sample) override;
+  void AddSample(Tick tick, double rate, Time time) override;
+  void RemoveLastSample() override;
+  // While the history is not full: the samples committed since the last reset plus the
+  // latest one. Once it is full, the count stays at what a reader can evaluate after the
+  // next Publish: the committed samples of the readable window (524,271) plus the latest.
+  [[nodiscard]] std::uint64_t GetSampleCount() const override;
+  void Publish() override;
+  void Reset() override;
+
+  [[nodiscard]] bool IsWriter() const noexcept { return isWriter_; }
+
+ protected:
+  explicit PiecewiseLinearCorrectionFunction(bool isWriter) noexcept : isWriter_(isWriter) {}
+
+  // Called by the subclass once its store exists. A writer's store gets a fresh header and
+  // an empty published function; the samples already there stay but drop out of reach.
+  void AttachStore(SampleStore* store) noexcept { store_ = store; }
+
+  [[nodiscard]] SampleStore* Store() const noexcept { return store_; }
+
+ private:
+  void RequireWriter() const;
+
+  bool isWriter_;
+  SampleStore* store_ = nullptr;
+  std::uint64_t committedCount_ = 0;
+  bool full_ = false;
+  std::uint64_t latestSlot_ = 0;
+  bool hasLatest_ = false;
+};
+
+extern template class PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>;
+
+}  // namespace VolmTime::Core
+
+#endif  // VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTION_H

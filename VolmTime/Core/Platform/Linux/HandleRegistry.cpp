@@ -1,0 +1,47 @@
+#include "VolmTime/Core/Platform/Linux/HandleRegistry.h"
+
+#include <mutex>
+#include <unordered_map>
+
+namespace VolmTime::Core::Platform::Linux {
+
+namespace {
+
+struct Registry {
+  std::mutex lock;
+  std::unordered_map<int, HandleEntry> entries;
+};
+
+// Never destroyed, so handles closed during static destruction still find it.
+Registry& TheRegistry() {
+  static auto* registry = new Registry;
+  return *registry;
+}
+
+}  // namespace
+
+void RegisterHandle(int handle, const HandleEntry& entry) {
+  Registry& registry = TheRegistry();
+  std::lock_guard guard(registry.lock);
+  registry.entries.insert_or_assign(handle, entry);
+}
+
+std::optional<HandleEntry> LookUpHandle(int handle) {
+  Registry& registry = TheRegistry();
+  std::lock_guard guard(registry.lock);
+  const auto found = registry.entries.find(handle);
+  if (found == registry.entries.end()) return std::nullopt;
+  return found->second;
+}
+
+std::optional<HandleEntry> UnregisterHandle(int handle) {
+  Registry& registry = TheRegistry();
+  std::lock_guard guard(registry.lock);
+  const auto found = registry.entries.find(handle);
+  if (found == registry.entries.end()) return std::nullopt;
+  HandleEntry entry = found->second;
+  registry.entries.erase(found);
+  return entry;
+}
+
+}  // namespace VolmTime::Core::Platform::Linux

@@ -1,0 +1,116 @@
+#include "VolmTime/SynchronizedClock.h"
+
+#include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/Platform/SystemTime.h"
+#include "VolmTime/WaitableTimer.h"
+#include "framework/ComponentBoundary.h"
+#include "framework/ThrowIfFailed.h"
+
+#include <cmath>
+
+namespace VolmTime {
+
+namespace {
+
+constexpr VolmCallSite kCreateTickTimerCall{"SynchronizedClock", 41};
+// Sleeps up to 2 ms yield-spin on the counter instead of using a platform timer.
+constexpr std::uint64_t kLongestSpin = 20'000;
+
+bool IsUsableRate(double rate) noexcept { return rate > 0.0 && !std::isinf(rate); }
+
+}  // namespace
+
+SynchronizedClock::SynchronizedClock(IHighResolutionCounter2* counter, ICorrectionFunction* correction,
+                                     bool isSystemTime) noexcept
+    : counter_(counter), correction_(correction), isSystemTime_(isSystemTime) {}
+
+SynchronizedClock::~SynchronizedClock() {
+  correction_.Reset();
+  counter_.Reset();
+}
+
+VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
+  if (isSystemTime_) {
+    *time = Core::Platform::PreciseSystemTime();
+    return VOLM_S_OK;
+  }
+  std::uint64_t tick = 0;
+  const VolmResult tickResult = counter_->GetTick(&tick);
+  if (VolmFailed(tickResult)) return tickResult;
+  const VolmResult timeResult = correction_->TickToTime(tick, time);
+  if (VolmSucceeded(timeResult)) return VOLM_S_OK;
+  // The correction function's error becomes this clock's, so the caller finds its text here.
+  try {
+    CVolmPtr<IGetVolmError> source;
+    CVolmPtr<IVolmError> error;
+    if (VolmSucceeded(correction_->QueryInterface(VolmIds().getVolmError, source.PutVoid())) && source) {
+      source->GetError(error.Put());
+    }
+    return SetError(new CVolmError(error.Get()));
+  } catch (...) {
+    return timeResult;
+  }
+}
+
+VolmResult SynchronizedClock::GetTime(std::uint64_t* time) {
+  if (time == nullptr) return VOLM_E_POINTER;
+  std::uint64_t now = 0;
+  const VolmResult result = ReadTime(&now);
+  if (VolmSucceeded(result)) *time = now;
+  return result;
+}
+
+VolmResult SynchronizedClock::TryGetTime(bool* valid, std::uint64_t* time) {
+  if (valid == nullptr || time == nullptr) return VOLM_E_POINTER;
+  std::uint64_t now = 0;
+  *valid = VolmSucceeded(ReadTime(&now));
+  *time = *valid ? now : 0;
+  return VOLM_S_OK;
+}
+
+VolmResult SynchronizedClock::SleepTime(const std::uint64_t& duration) {
+  double rate = 0.0;
+  const VolmResult rateResult = correction_->GetRate(&rate);
+  if (VolmFailed(rateResult)) return rateResult;
+  if (!IsUsableRate(rate)) {
+    return StoreNewError(*this, VOLM_E_FAIL,
+                         VOLM_TEXT("The clock's correction function has no usable rate (it must be a "
+                                   "finite number above 0), so the duration cannot be converted into "
+                                   "ticks."));
+  }
+  const std::uint64_t ticks = Core::TruncateToUint64(Core::ToDouble(duration) / rate);
+  return duration <= kLongestSpin ? counter_->SpinTick(ticks) : counter_->SleepTick(ticks);
+}
+
+VolmResult SynchronizedClock::IsSystemTime(bool* isSystemTime) {
+  if (isSystemTime == nullptr) return VOLM_E_POINTER;
+  *isSystemTime = isSystemTime_;
+  return VOLM_S_OK;
+}
+
+VolmResult SynchronizedClock::GetCorrectionFunction(ICorrectionFunction** function) {
+  if (function == nullptr) return VOLM_S_OK;
+  if (correction_) correction_->AddRef();
+  *function = correction_.Get();
+  return VOLM_S_OK;
+}
+
+VolmResult SynchronizedClock::CreateTimer(IWaitableTimer** timer) {
+  return ComponentBoundary(*this, [&] {
+    CVolmPtr<IWaitableTickTimer> tickTimer;
+    ThrowIfFailed(counter_.Get(), counter_->CreateTickTimer(tickTimer.Put()), kCreateTickTimerCall);
+    if (!tickTimer) {
+      throw CVolmException(VOLM_E_FAIL, VOLM_TEXT("The clock's counter makes no tick timers, so the clock "
+                                                  "cannot make a timer."));
+    }
+    CVolmPtr<WaitableTimer> made(new WaitableTimer(correction_.Get(), tickTimer.Get()));
+    if (timer != nullptr) *timer = made.Detach();
+  });
+}
+
+VolmResult SynchronizedClock::QueryOwnInterface(const VolmId& id, void** object) {
+  if (id == VolmIds().clock) return HandOutInterface(PrimaryUnknown(), object);
+  return NoInterface(object);
+}
+
+}  // namespace VolmTime

@@ -1,0 +1,103 @@
+#include "VolmTime/WaitableTimer.h"
+
+#include "VolmTime/Core/FullRangeConversion.h"
+#include "framework/ComponentBoundary.h"
+#include "framework/ThrowIfFailed.h"
+
+#include <cmath>
+
+namespace VolmTime {
+
+namespace {
+
+// Where this file's calls on inner objects stand, as error texts cite them.
+constexpr const char* kSourceFile = "WaitableTimer";
+constexpr VolmCallSite kGetHandleCall{kSourceFile, 42};
+constexpr VolmCallSite kWaitCall{kSourceFile, 52};
+constexpr VolmCallSite kTimeToTickCall{kSourceFile, 69};
+constexpr VolmCallSite kSetAbsoluteCall{kSourceFile, 71};
+constexpr std::int32_t kSetRelativeRateLine = 82;
+constexpr VolmCallSite kSetRelativeCall{kSourceFile, 86};
+constexpr std::int32_t kSetPeriodicRateLine = 97;
+constexpr VolmCallSite kSetPeriodicCall{kSourceFile, 101};
+constexpr VolmCallSite kCancelCall{kSourceFile, 111};
+
+template <typename Component>
+Component* Required(Component* component) {
+  if (component == nullptr) {
+    throw CVolmException(VOLM_E_POINTER, VOLM_TEXT("A waitable timer needs a correction function and a tick timer."));
+  }
+  return component;
+}
+
+}  // namespace
+
+WaitableTimer::WaitableTimer(ICorrectionFunction* correction, IWaitableTickTimer* tickTimer)
+    : correction_(Required(correction)), tickTimer_(Required(tickTimer)) {}
+
+WaitableTimer::~WaitableTimer() {
+  tickTimer_.Reset();
+  correction_.Reset();
+}
+
+std::uint64_t WaitableTimer::DurationToTicks(std::uint64_t duration, std::int32_t rateLine) {
+  double rate = 0.0;
+  ThrowIfFailed(correction_.Get(), correction_->GetRate(&rate), VolmCallSite{kSourceFile, rateLine});
+  // Dividing by such a rate gives no tick count worth arming a timer with.
+  if (!(rate > 0.0) || std::isinf(rate)) {
+    throw CVolmException(VOLM_E_FAIL,
+                         VOLM_TEXT("The clock's correction function has no usable rate (it must be "
+                                   "a finite number above 0), so the duration cannot be converted "
+                                   "into ticks."));
+  }
+  return Core::TruncateToUint64(Core::ToDouble(duration) / rate);
+}
+
+VolmResult WaitableTimer::GetHandle(VolmHandle* handle) {
+  if (handle == nullptr) return VOLM_E_POINTER;
+  return ComponentBoundary(*this, [&] {
+    ThrowIfFailed(tickTimer_.Get(), tickTimer_->GetHandle(handle), kGetHandleCall);
+  });
+}
+
+VolmResult WaitableTimer::Wait(std::uint32_t timeoutMs, std::int32_t* outcome) {
+  if (outcome == nullptr) return VOLM_E_POINTER;
+  return ComponentBoundary(*this, [&] {
+    ThrowIfFailed(tickTimer_.Get(), tickTimer_->Wait(timeoutMs, outcome), kWaitCall);
+  });
+}
+
+VolmResult WaitableTimer::SetAbsolute(const std::uint64_t& time) {
+  return ComponentBoundary(*this, [&] {
+    std::uint64_t tick = 0;
+    ThrowIfFailed(correction_.Get(), correction_->TimeToTick(time, &tick), kTimeToTickCall);
+    ThrowIfFailed(tickTimer_.Get(), tickTimer_->SetAbsolute(tick), kSetAbsoluteCall);
+  });
+}
+
+VolmResult WaitableTimer::SetRelative(const std::uint64_t& duration) {
+  return ComponentBoundary(*this, [&] {
+    const std::uint64_t ticks = DurationToTicks(duration, kSetRelativeRateLine);
+    ThrowIfFailed(tickTimer_.Get(), tickTimer_->SetRelative(ticks), kSetRelativeCall);
+  });
+}
+
+VolmResult WaitableTimer::SetPeriodic(const std::uint64_t& period) {
+  return ComponentBoundary(*this, [&] {
+    const std::uint64_t ticks = DurationToTicks(period, kSetPeriodicRateLine);
+    ThrowIfFailed(tickTimer_.Get(), tickTimer_->SetPeriodic(ticks), kSetPeriodicCall);
+  });
+}
+
+VolmResult WaitableTimer::Cancel() {
+  return ComponentBoundary(*this, [&] {
+    ThrowIfFailed(tickTimer_.Get(), tickTimer_->Cancel(), kCancelCall);
+  });
+}
+
+VolmResult WaitableTimer::QueryOwnInterface(const VolmId& id, void** object) {
+  if (id == VolmIds().waitableTimer) return HandOutInterface(PrimaryUnknown(), object);
+  return NoInterface(object);
+}
+
+}  // namespace VolmTime

@@ -1,0 +1,63 @@
+// A reader that a fast writer laps between reading the header and reading the samples must
+// evaluate again rather than answer from a torn view.
+#include "VolmTime/Core/CException.h"
+#include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+using Function = VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
+
+// Every sample lies on time = 3 * tick + 7, so every correct answer does too, whichever
+// segment it came from; a sample read half old and half new does not.
+constexpr std::uint64_t TimeOf(std::uint64_t tick) { return 3 * tick + 7; }
+
+TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
+  Function function;
+  std::atomic<std::uint64_t> publishedTick{0};
+  std::atomic<bool> stop{false};
+
+  std::thread writer([&] {
+    std::uint64_t tick = 1'000;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(700);
+    while (std::chrono::steady_clock::now() < deadline) {
+      // Bursts of many appends per publish make lapping likely.
+      for (int i = 0; i < 40; ++i) {
+        tick += 10;
+        function.AddSample(tick, 3.0, TimeOf(tick));
+      }
+      function.Publish();
+      publishedTick.store(tick, std::memory_order_release);
+    }
+    stop.store(true);
+  });
+
+  std::uint64_t evaluations = 0;
+  std::uint64_t wrong = 0;
+  std::uint64_t failures = 0;
+  while (!stop.load()) {
+    const std::uint64_t newest = publishedTick.load(std::memory_order_acquire);
+    if (newest == 0) continue;
+    // Keys around the newest published samples, where the writer overwrites soonest.
+    for (std::uint64_t back = 0; back < 400; back += 37) {
+      const std::uint64_t tick = newest - back + 3;
+      try {
+        if (function.TickToTime(tick) != TimeOf(tick)) ++wrong;
+      } catch (const VolmTime::Core::CException&) {
+        ++failures;
+      }
+      ++evaluations;
+    }
+  }
+  writer.join();
+  EXPECT_GT(evaluations, 1000u);
+  EXPECT_EQ(wrong, 0u) << "of " << evaluations;
+  EXPECT_EQ(failures, 0u) << "of " << evaluations;
+}
+
+}  // namespace

@@ -1,0 +1,188 @@
+// Appending, publishing and evaluating piecewise-linear functions in process memory.
+#include "VolmTime/Core/CException.h"
+#include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <string>
+
+namespace {
+
+using Function = VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
+using VolmTime::Core::CException;
+using VolmTime::Core::kFullThreshold;
+using VolmTime::Core::kHistoryCapacity;
+
+// Runs `call` and returns the message of the CException it throws ("" if none).
+template <typename Call>
+std::string FailureOf(Call&& call) {
+  try {
+    call();
+  } catch (const CException& failure) {
+    return failure.what();
+  }
+  return "";
+}
+
+constexpr const char* kNoSegment = "Correction Function does not contain any segment.";
+constexpr const char* kUndefined = "Correction Function is not defined at this point.";
+
+class PiecewiseLinear : public ::testing::Test {
+ protected:
+  std::unique_ptr<Function> function_ = std::make_unique<Function>();
+};
+
+TEST_F(PiecewiseLinear, FreshFunctionIsEmpty) {
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(5); }), kNoSegment);
+  EXPECT_EQ(FailureOf([&] { (void)function_->TimeToTick(5); }), kNoSegment);
+  EXPECT_EQ(function_->GetRate(), 0.0);
+  EXPECT_EQ(function_->GetSampleCount(), 0u);
+}
+
+TEST_F(PiecewiseLinear, TwoSegmentsEvaluateBothWays) {
+  function_->AddSample(100, 2.0, 1000);
+  function_->AddSample(200, 0.5, 1300);
+  function_->Publish();
+  EXPECT_EQ(function_->TickToTime(150), 1100u);
+  EXPECT_EQ(function_->TickToTime(200), 1300u);
+  EXPECT_EQ(function_->TickToTime(1000), 1700u);  // the latest segment runs on
+  EXPECT_EQ(function_->TickToTime(100), 1000u);
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(99); }), kUndefined);
+  EXPECT_EQ(function_->TimeToTick(1150), 175u);
+  EXPECT_EQ(function_->TimeToTick(1300), 200u);
+  EXPECT_EQ(FailureOf([&] { (void)function_->TimeToTick(999); }), kUndefined);
+  EXPECT_EQ(function_->GetRate(), 0.5);
+  EXPECT_EQ(function_->GetSampleCount(), 2u);
+}
+
+TEST_F(PiecewiseLinear, ZeroRateSegmentIsUndefinedUpToTheNextSample) {
+  function_->AddSample(100, 1.0, 1000);
+  function_->AddSample(200, 0.0, 1100);
+  function_->AddSample(300, 1.0, 1200);
+  function_->Publish();
+  EXPECT_EQ(function_->TickToTime(199), 1099u);
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(200); }), kUndefined);
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(299); }), kUndefined);
+  EXPECT_EQ(FailureOf([&] { (void)function_->TimeToTick(1150); }), kUndefined);
+  EXPECT_EQ(function_->TickToTime(300), 1200u);
+}
+
+TEST_F(PiecewiseLinear, NegativeZeroRateIsUndefinedTooButNaNIsNot) {
+  function_->AddSample(100, -0.0, 1000);
+  function_->Publish();
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kUndefined);
+  function_->AddSample(200, std::numeric_limits<double>::quiet_NaN(), 2000);
+  function_->Publish();
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(250); }), "");
+}
+
+TEST_F(PiecewiseLinear, SamplesAreInvisibleUntilPublished) {
+  function_->AddSample(100, 1.0, 1000);
+  EXPECT_EQ(function_->GetSampleCount(), 1u);
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kNoSegment);
+  function_->Publish();
+  function_->AddSample(200, 2.0, 1100);
+  // The writer's own evaluation sees only what it published.
+  EXPECT_EQ(function_->TickToTime(250), 1150u);
+  EXPECT_EQ(function_->GetRate(), 1.0);
+  function_->Publish();
+  EXPECT_EQ(function_->TickToTime(250), 1200u);
+}
+
+TEST_F(PiecewiseLinear, RemovingTheLatestSampleEmptiesTheFunctionUntilTheNextAppend) {
+  function_->AddSample(100, 1.0, 1000);
+  function_->AddSample(200, 1.0, 1100);
+  function_->RemoveLastSample();
+  EXPECT_EQ(FailureOf([&] { function_->RemoveLastSample(); }), "Can only remove one sample in a row");
+  function_->Publish();
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kNoSegment);
+  EXPECT_EQ(function_->GetRate(), 0.0);
+  EXPECT_EQ(function_->GetSampleCount(), 1u);
+  // The next sample is compared with the last committed one, not the withdrawn one.
+  function_->AddSample(150, 3.0, 1050);
+  function_->Publish();
+  EXPECT_EQ(function_->TickToTime(120), 1020u);
+  EXPECT_EQ(function_->TickToTime(160), 1080u);
+}
+
+TEST_F(PiecewiseLinear, TicksAndTimesMustIncrease) {
+  EXPECT_EQ(FailureOf([&] { function_->AddSample(0, 1.0, 10); }), "Ticks must be increasing");
+  EXPECT_EQ(FailureOf([&] { function_->AddSample(10, 1.0, 0); }), "Time must be increasing");
+  function_->AddSample(100, 1.0, 1000);
+  EXPECT_EQ(FailureOf([&] { function_->AddSample(100, 1.0, 1000); }), "Ticks must be increasing");
+  EXPECT_EQ(FailureOf([&] { function_->AddSample(101, 1.0, 1000); }), "Time must be increasing");
+  // A refused sample changes nothing.
+  EXPECT_EQ(function_->GetSampleCount(), 1u);
+  function_->Publish();
+  EXPECT_EQ(function_->TickToTime(101), 1001u);
+}
+
+TEST_F(PiecewiseLinear, FullRangeProductsConvertWithoutLosingTheTopBit) {
+  function_->AddSample(1, 1.0, 1);
+  function_->Publish();
+  const std::uint64_t tick = (std::uint64_t{1} << 63) + 4096 + 1;
+  EXPECT_EQ(function_->TickToTime(tick), (std::uint64_t{1} << 63) + 4096 + 1);
+}
+
+TEST_F(PiecewiseLinear, ResetEmptiesThePublishedFunction) {
+  function_->AddSample(100, 1.0, 1000);
+  function_->Publish();
+  function_->Reset();
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kNoSegment);
+  EXPECT_EQ(function_->GetSampleCount(), 0u);
+  // After a reset the first sample is again compared with the origin only.
+  function_->AddSample(50, 1.0, 500);
+  function_->Publish();
+  EXPECT_EQ(function_->TickToTime(60), 510u);
+}
+
+// Appends `count` samples with tick = time = 10 * (start + i).
+void AppendRun(Function& function, std::uint64_t start, std::uint64_t count) {
+  for (std::uint64_t i = 0; i < count; ++i) {
+    const std::uint64_t key = 10 * (start + i);
+    function.AddSample(key, 1.0, key);
+  }
+}
+
+TEST_F(PiecewiseLinear, FullHistoryKeepsAMovingWindow) {
+  // The 524,272nd append commits enough samples to set the full flag.
+  AppendRun(*function_, 1, kFullThreshold);
+  function_->Publish();
+  EXPECT_EQ(function_->GetSampleCount(), kHistoryCapacity - 17 + 1);
+  // Every appended sample is still readable: the oldest, the newest, and one in between.
+  EXPECT_EQ(function_->TickToTime(10), 10u);
+  EXPECT_EQ(function_->TickToTime(15), 15u);
+  EXPECT_EQ(function_->TickToTime(10 * 300'000 + 7), 10u * 300'000 + 7);
+  EXPECT_EQ(function_->TickToTime(10 * kFullThreshold + 3), 10u * kFullThreshold + 3);
+
+  // Each further commit pushes the oldest sample out of the window.
+  AppendRun(*function_, kFullThreshold + 1, 1);
+  function_->Publish();
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(15); }), kUndefined);
+  EXPECT_EQ(function_->TickToTime(25), 25u);
+  AppendRun(*function_, kFullThreshold + 2, 40);
+  function_->Publish();
+  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(10 * 41 + 5); }), kUndefined);
+  EXPECT_EQ(function_->TickToTime(10 * 42 + 5), 10u * 42 + 5);
+  EXPECT_EQ(function_->GetSampleCount(), kHistoryCapacity - 17 + 1);
+}
+
+TEST_F(PiecewiseLinear, WrappedHistoryStillEvaluatesAcrossTheSeam) {
+  AppendRun(*function_, 1, kHistoryCapacity + 1000);
+  function_->Publish();
+  // Samples on both sides of the ring's wrap point.
+  const std::uint64_t beforeSeam = 10 * (kHistoryCapacity - 2) + 4;
+  const std::uint64_t afterSeam = 10 * (kHistoryCapacity + 3) + 4;
+  EXPECT_EQ(function_->TickToTime(beforeSeam), beforeSeam);
+  EXPECT_EQ(function_->TimeToTick(afterSeam), afterSeam);
+  // Reset after a wrap: slot 0 now holds an old sample, yet a small first sample is taken.
+  function_->Reset();
+  function_->AddSample(5, 1.0, 5);
+  function_->Publish();
+  EXPECT_EQ(function_->TickToTime(6), 6u);
+}
+
+}  // namespace

@@ -1,0 +1,104 @@
+// The library as a host sees it: loaded at run time by file name, reached through the four
+// entry points and the public headers only.
+#ifndef TESTS_HOST_LOADEDLIBRARY_H
+#define TESTS_HOST_LOADEDLIBRARY_H
+
+#include <VolmTime/VolmTime.h>
+
+#include "tests/support/DynamicLibrary.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+// Owns one reference to any interface; the host's own small holder.
+template <typename T>
+class Ref {
+ public:
+  Ref() = default;
+  Ref(const Ref&) = delete;
+  Ref& operator=(const Ref&) = delete;
+  ~Ref() { Reset(); }
+  T** Out() {
+    Reset();
+    return &pointer_;
+  }
+  void** OutVoid() { return reinterpret_cast<void**>(Out()); }
+  void Reset() {
+    if (pointer_ != nullptr) pointer_->Release();
+    pointer_ = nullptr;
+  }
+  T* operator->() const { return pointer_; }
+  T* Get() const { return pointer_; }
+  explicit operator bool() const { return pointer_ != nullptr; }
+
+ private:
+  T* pointer_ = nullptr;
+};
+
+class HostTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(library_.IsLoaded()) << library_.Error();
+    createInstance_ = library_.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
+    attach_ = library_.Get<VolmAttachFunction>(kVolmAttachName);
+    detach_ = library_.Get<VolmDetachFunction>(kVolmDetachName);
+    canDllUnload_ = library_.Get<VolmCanDllUnloadFunction>(kVolmCanDllUnloadName);
+    ASSERT_NE(createInstance_, nullptr);
+    ASSERT_NE(attach_, nullptr);
+    ASSERT_NE(detach_, nullptr);
+    ASSERT_NE(canDllUnload_, nullptr);
+    ASSERT_EQ(canDllUnload_(), 1) << "a previous test left objects alive";
+  }
+
+  void TearDown() override {
+    if (canDllUnload_ != nullptr) {
+      EXPECT_EQ(canDllUnload_(), 1) << "objects left alive";
+    }
+  }
+
+  // The factory with one reference held by `factory`.
+  void TakeFactory(Ref<IVolmTimeFactory>& factory) {
+    void* object = nullptr;
+    ASSERT_EQ(createInstance_(CLSID_VolmTimeFactory, &object), VOLM_S_OK);
+    ASSERT_NE(object, nullptr);
+    static_cast<IVolmTimeFactory*>(object)->AddRef();
+    *factory.Out() = static_cast<IVolmTimeFactory*>(object);
+  }
+
+  static std::string TextOf(IVolmWideCharString* text) {
+    const VolmWideChar* buffer = nullptr;
+    if (text->GetBuffer(&buffer) != VOLM_S_OK || buffer == nullptr) return "<no text>";
+    std::string narrow;
+    for (; *buffer != 0; ++buffer) narrow.push_back(static_cast<char>(*buffer));
+    return narrow;
+  }
+
+  static std::string LastErrorText(IVolmUnknown* object) {
+    Ref<IGetVolmError> source;
+    if (object->QueryInterface(IID_IGetVolmError, source.OutVoid()) != VOLM_S_OK) return "<no source>";
+    Ref<IVolmError> error;
+    source->GetError(error.Out());
+    if (!error) return "<none>";
+    Ref<IVolmWideCharString> text;
+    error->GetText(text.Out());
+    return TextOf(text.Get());
+  }
+
+  // The host's own reading of the system time, as 100-ns units since 1601.
+  static std::uint64_t HostSystemTime() {
+    const auto sinceUnixEpoch = std::chrono::system_clock::now().time_since_epoch();
+    const auto units = std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(sinceUnixEpoch);
+    return static_cast<std::uint64_t>(units.count()) + 116'444'736'000'000'000u;
+  }
+
+  DynamicLibrary library_{VOLM_LIBRARY_FILE};
+  VolmCreateInstanceFunction createInstance_ = nullptr;
+  VolmAttachFunction attach_ = nullptr;
+  VolmDetachFunction detach_ = nullptr;
+  VolmCanDllUnloadFunction canDllUnload_ = nullptr;
+};
+
+#endif  // TESTS_HOST_LOADEDLIBRARY_H

@@ -3,6 +3,8 @@
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/FullRangeConversion.h"
 
+#include <optional>
+
 namespace VolmTime::Core {
 
 namespace {
@@ -21,6 +23,8 @@ struct ReadableSequence {
   std::uint32_t historyLength;
   std::uint32_t latestSlot;
   bool empty;
+  // The append generation of the Publish this view comes from.
+  std::uint32_t stamp;
 
   [[nodiscard]] std::uint32_t Length() const noexcept { return historyLength + 1; }
   [[nodiscard]] CorrectionSample At(std::uint32_t position) const noexcept {
@@ -30,15 +34,16 @@ struct ReadableSequence {
   [[nodiscard]] CorrectionSample Latest() const noexcept { return At(historyLength); }
 };
 
-ReadableSequence ReadSequence(const SampleStore& store) noexcept {
-  // latestSlot is read before count and flags: a reader that sees a new latest slot then
-  // also sees the count that commits the sample it replaced.
-  const std::uint32_t latestSlot =
-      LoadShared(store.header.latestSlot, std::memory_order_acquire) & kLatestSlotMask;
+// The view of one Publish, or nothing while the header is caught between two of them.
+std::optional<ReadableSequence> ReadSequence(const SampleStore& store) noexcept {
+  const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
   const std::uint64_t countAndFlags = LoadShared(store.header.countAndFlags, std::memory_order_acquire);
   const std::uint32_t count = CountOf(countAndFlags);
   const std::uint32_t flags = FlagsOf(countAndFlags);
-  ReadableSequence sequence{&store, 0, 0, latestSlot, (flags & kFlagLatestValid) == 0};
+  const std::uint32_t stamp = StampOfFlags(flags);
+  if (StampOfLatestSlot(latestSlot) != stamp) return std::nullopt;
+  ReadableSequence sequence{&store, 0, 0, latestSlot & kLatestSlotMask, (flags & kFlagLatestValid) == 0,
+                            stamp};
   if (sequence.empty) return sequence;
   const std::uint32_t last = HistoryIndex(std::uint64_t{count} + kHistoryCapacity - 1);
   if ((flags & kFlagFull) != 0) {
@@ -52,25 +57,24 @@ ReadableSequence ReadSequence(const SampleStore& store) noexcept {
   return sequence;
 }
 
-// A view stays intact while the writer appends fewer than this many samples after the
-// header was read: the latest ring has 16 slots and a full window skips 17 history slots.
+// A view stays intact while the writer has appended fewer than 16 samples since its Publish:
+// the latest ring has 16 slots and a full window skips 17 history slots.
 constexpr std::uint32_t kAppendsAViewSurvives = kLatestRingSize - 1;
-// A reader lapped this often in a row gives up rather than spin on a runaway writer.
-constexpr int kMaximumReadAttempts = 1000;
+// A reader that keeps finding the writer too far ahead gives up rather than spin forever.
+constexpr int kMaximumReadAttempts = 100'000;
 
-std::uint32_t LoadGeneration(const SampleStore& store) noexcept {
-  return LoadShared(store.header.appendGeneration, std::memory_order_acquire);
-}
-
-// Runs `evaluate` on the published sequence until no lapping writer can have overwritten
-// what it read; the answer never mixes samples of two different states.
+// Runs `evaluate` on a published view until it ran on one that no later append can have
+// overwritten while it read; the answer never mixes samples of two states. Samples are
+// loaded with acquire: a reader that saw an overwritten sample also sees the generation the
+// writer raised before overwriting it.
 template <typename Evaluate>
 auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
   for (int attempt = 1;; ++attempt) {
-    const std::uint32_t before = LoadGeneration(store);
-    auto result = evaluate(ReadSequence(store));
-    const std::uint32_t appended = LoadGeneration(store) - before;
-    if (appended <= kAppendsAViewSurvives) return result;
+    if (const std::optional<ReadableSequence> sequence = ReadSequence(store)) {
+      auto result = evaluate(*sequence);
+      const std::uint32_t now = LoadShared(store.header.appendGeneration, std::memory_order_acquire);
+      if (((now - sequence->stamp) & kPublishStampMask) <= kAppendsAViewSurvives) return result;
+    }
     if (attempt == kMaximumReadAttempts) {
       Fail(VOLM_TEXT("Correction Function changes too fast to be read."));
     }
@@ -185,11 +189,15 @@ std::uint64_t PiecewiseLinearCorrectionFunction<Tick, Time>::GetSampleCount() co
 template <typename Tick, typename Time>
 void PiecewiseLinearCorrectionFunction<Tick, Time>::Publish() {
   RequireWriter();
-  const std::uint32_t flags = (full_ ? kFlagFull : 0u) | (hasLatest_ ? kFlagLatestValid : 0u);
+  const std::uint32_t stamp =
+      LoadShared(store_->header.appendGeneration, std::memory_order_relaxed) & kPublishStampMask;
+  const std::uint32_t flags = (full_ ? kFlagFull : 0u) | (hasLatest_ ? kFlagLatestValid : 0u) |
+                              (stamp << kFlagsStampShift);
   StoreShared(store_->header.countAndFlags,
               PackCountAndFlags(static_cast<std::uint32_t>(committedCount_), flags),
               std::memory_order_release);
-  StoreShared(store_->header.latestSlot, static_cast<std::uint32_t>(latestSlot_),
+  StoreShared(store_->header.latestSlot,
+              static_cast<std::uint32_t>(latestSlot_) | (stamp << kLatestSlotStampShift),
               std::memory_order_release);
 }
 

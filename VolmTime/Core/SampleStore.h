@@ -37,15 +37,30 @@ inline constexpr std::uint32_t kFlagFull = 1u << 0;
 inline constexpr std::uint32_t kFlagLatestValid = 1u << 1;
 inline constexpr std::uint32_t kLatestSlotMask = kLatestRingSize - 1;
 
+// This writer stamps each Publish with its append generation, 28 bits of it, in bits the
+// layout reserves: flags bits 2 to 29 and latestSlot bits 4 to 31. A reader that finds the
+// two stamps equal read count, flags and latest slot of one Publish; a writer that leaves
+// the bits zero simply never lets a reader retry.
+inline constexpr std::uint32_t kPublishStampMask = (1u << 28) - 1;
+inline constexpr int kFlagsStampShift = 2;
+inline constexpr int kLatestSlotStampShift = 4;
+
+constexpr std::uint32_t StampOfFlags(std::uint32_t flags) noexcept {
+  return (flags >> kFlagsStampShift) & kPublishStampMask;
+}
+constexpr std::uint32_t StampOfLatestSlot(std::uint32_t latestSlot) noexcept {
+  return (latestSlot >> kLatestSlotStampShift) & kPublishStampMask;
+}
+
 struct SampleStoreHeader {
   std::uint32_t version;
   std::uint32_t capacity;
   // count (low half) and flags (high half), written together by one 64-bit store.
   std::uint64_t countAndFlags;
   std::uint32_t latestSlot;
-  // Reserved in the layout; this writer counts its appends here (modulo 2^32) so that its
-  // readers can tell when it overwrote samples under them. Readers and writers that leave
-  // the field alone still work with ours.
+  // Reserved in the layout; this writer counts its appends here (modulo 2^32), so that its
+  // readers can tell how many samples were overwritten since the Publish they read. Readers
+  // and writers that leave the field alone still work with ours.
   std::uint32_t appendGeneration;
 };
 

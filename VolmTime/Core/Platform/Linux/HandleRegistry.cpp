@@ -12,10 +12,11 @@ struct Registry {
   std::unordered_map<int, HandleEntry> entries;
 };
 
-// Never destroyed, so handles closed during static destruction still find it.
+// Destroyed with the module, so unloading the library leaves nothing behind. No static
+// object of the module holds a handle that would need it later.
 Registry& TheRegistry() {
-  static auto* registry = new Registry;
-  return *registry;
+  static Registry registry;
+  return registry;
 }
 
 }  // namespace

@@ -69,11 +69,19 @@ constexpr int kMaximumReadAttempts = 100'000;
 // writer raised before overwriting it.
 template <typename Evaluate>
 auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
+  const auto intact = [&store](const ReadableSequence& sequence) {
+    const std::uint32_t now = LoadShared(store.header.appendGeneration, std::memory_order_acquire);
+    return ((now - sequence.stamp) & kPublishStampMask) <= kAppendsAViewSurvives;
+  };
   for (int attempt = 1;; ++attempt) {
     if (const std::optional<ReadableSequence> sequence = ReadSequence(store)) {
-      auto result = evaluate(*sequence);
-      const std::uint32_t now = LoadShared(store.header.appendGeneration, std::memory_order_acquire);
-      if (((now - sequence->stamp) & kPublishStampMask) <= kAppendsAViewSurvives) return result;
+      try {
+        auto result = evaluate(*sequence);
+        if (intact(*sequence)) return result;
+      } catch (const CException&) {
+        // A failure read from an overwritten view is as torn as a value.
+        if (intact(*sequence)) throw;
+      }
     }
     if (attempt == kMaximumReadAttempts) {
       Fail(VOLM_TEXT("Correction Function changes too fast to be read."));

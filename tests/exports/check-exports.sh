@@ -9,7 +9,7 @@ expected=$'Attach\nCanDllUnload\nCreateInstance\nDetach'
 case "$library" in
   *.dll)
     exports=$("$objdump" -p "$library" |
-      awk '/\[Ordinal\/Name Pointer\] Table/{table=1; next} table && /^\s*\[/{print $NF; next} table{table=0}' |
+      awk '/\[Ordinal\/Name Pointer\] Table/{table=1; next} table && /^[ \t]*\[/{print $NF; next} table{table=0}' |
       sort)
     imports=$("$objdump" -p "$library" | awk '/DLL Name:/{print tolower($3)}' | sort -u)
     allowed='^(kernel32|msvcrt|ntdll|advapi32|user32|ws2_32|bcrypt|api-ms-win-.*)\.dll$'

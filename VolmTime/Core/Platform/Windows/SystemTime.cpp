@@ -1,0 +1,13 @@
+#include "VolmTime/Core/Platform/SystemTime.h"
+
+#include <windows.h>
+
+namespace VolmTime::Core::Platform {
+
+std::uint64_t PreciseSystemTime() noexcept {
+  FILETIME now;
+  ::GetSystemTimePreciseAsFileTime(&now);
+  return (static_cast<std::uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime;
+}
+
+}  // namespace VolmTime::Core::Platform

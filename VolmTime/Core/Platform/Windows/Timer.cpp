@@ -16,6 +16,8 @@ UniqueHandle CreateWaitableTimer(bool manualReset) noexcept {
 }
 
 bool ArmWaitableTimer(NativeHandle timer, std::int64_t dueTime, std::int32_t periodMs) noexcept {
+  // Windows refuses a negative period; not every implementation of the call does.
+  if (periodMs < 0) return false;
   LARGE_INTEGER due;
   due.QuadPart = dueTime;
   return ::SetWaitableTimer(timer, &due, periodMs, nullptr, nullptr, FALSE) != FALSE;

@@ -1,0 +1,62 @@
+// The tick counter and the system time.
+#include "VolmTime/Core/Platform/Counter.h"
+#include "VolmTime/Core/Platform/FaultInjection.h"
+#include "VolmTime/Core/Platform/SystemTime.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+using namespace VolmTime::Core::Platform;
+
+TEST(Counter, TicksGrowAtTheReportedFrequency) {
+  std::uint64_t frequency = 0;
+  ASSERT_TRUE(ReadTickFrequency(frequency));
+  EXPECT_GE(frequency, 1'000'000u);
+  std::uint64_t start = 0;
+  ASSERT_TRUE(ReadTick(start));
+  const auto hostStart = std::chrono::steady_clock::now();
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  std::uint64_t end = 0;
+  ASSERT_TRUE(ReadTick(end));
+  const double hostSeconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - hostStart).count();
+  const double counterSeconds = static_cast<double>(end - start) / static_cast<double>(frequency);
+  EXPECT_NEAR(counterSeconds, hostSeconds, 0.05 * hostSeconds + 0.005);
+}
+
+TEST(Counter, NeverGoesBackwardsOnOneThread) {
+  std::uint64_t previous = 0;
+  ASSERT_TRUE(ReadTick(previous));
+  for (int i = 0; i < 100'000; ++i) {
+    std::uint64_t now = 0;
+    ASSERT_TRUE(ReadTick(now));
+    ASSERT_GE(now, previous);
+    previous = now;
+  }
+}
+
+TEST(Counter, PlannedFailuresAreTakenOneByOne) {
+  Faults().failTickReads = 2;
+  std::uint64_t tick = 0;
+  EXPECT_FALSE(ReadTick(tick));
+  EXPECT_FALSE(ReadTick(tick));
+  EXPECT_TRUE(ReadTick(tick));
+  Faults().failFrequencyReads = 1;
+  EXPECT_FALSE(ReadTickFrequency(tick));
+  EXPECT_TRUE(ReadTickFrequency(tick));
+}
+
+TEST(SystemTime, IsAFileTimeThatAgreesWithTheHostClock) {
+  const auto hostUnits = std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
+                             std::chrono::system_clock::now().time_since_epoch())
+                             .count();
+  const std::uint64_t fileTime = PreciseSystemTime();
+  const auto expected = static_cast<std::uint64_t>(hostUnits) + kUnixEpochAsFileTime;
+  EXPECT_NEAR(static_cast<double>(fileTime), static_cast<double>(expected), 100'000.0);  // 10 ms
+}
+
+}  // namespace

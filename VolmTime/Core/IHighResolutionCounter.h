@@ -3,14 +3,13 @@
 #ifndef VOLMTIME_CORE_IHIGHRESOLUTIONCOUNTER_H
 #define VOLMTIME_CORE_IHIGHRESOLUTIONCOUNTER_H
 
+#include "VolmTime/Core/IWaitableTickTimer.h"
 #include "framework/WideText.h"
 
 #include <cstdint>
 #include <memory>
 
 namespace VolmTime::Core {
-
-class IWaitableTickTimer;
 
 class IHighResolutionCounter {
  public:

@@ -1,0 +1,162 @@
+// The synchronized clock over steerable counters and correction functions.
+#include "../core/CounterDoubles.h"
+
+#include "VolmTime/HighResDriverCounter.h"
+#include "VolmTime/LinearCorrectionFunction.h"
+#include "VolmTime/PiecewiseLinearCorrectionFunctionLocal.h"
+#include "VolmTime/SynchronizedClock.h"
+#include "framework/LiveObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using VolmTime::HighResDriverCounter;
+using VolmTime::LinearCorrectionFunction;
+using VolmTime::PiecewiseLinearCorrectionFunctionLocal;
+using VolmTime::SynchronizedClock;
+
+std::string LastErrorText(IGetVolmError* source) {
+  CVolmPtr<IVolmError> error;
+  source->GetError(error.Put());
+  if (!error) return "<none>";
+  CVolmPtr<IVolmWideCharString> text;
+  error->GetText(text.Put());
+  const VolmWideChar* buffer = nullptr;
+  text->GetBuffer(&buffer);
+  return EncodeUtf8PerUnit(buffer);
+}
+
+class ClockTest : public ::testing::Test {
+ protected:
+  ClockTest() {
+    auto core = std::make_unique<SteeredCounter>(3'579'545);
+    steered_ = core.get();
+    counter_ = new HighResDriverCounter(std::move(core));
+  }
+  void TearDown() override {
+    counter_.Reset();
+    EXPECT_EQ(GetLiveObjectCount(), liveBefore_);
+  }
+
+  std::uint32_t liveBefore_ = GetLiveObjectCount();
+  SteeredCounter* steered_;
+  CVolmPtr<HighResDriverCounter> counter_;
+};
+
+TEST_F(ClockTest, TimeIsTheCorrectionOfTheCurrentTick) {
+  CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(1'000, 2.0, 500));
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter_.Get(), correction.Get(), false));
+  steered_->tick = 1'100;
+  std::uint64_t time = 0;
+  EXPECT_EQ(clock->GetTime(&time), VOLM_S_OK);
+  EXPECT_EQ(time, 700u);
+  bool valid = false;
+  EXPECT_EQ(clock->TryGetTime(&valid, &time), VOLM_S_OK);
+  EXPECT_TRUE(valid);
+  EXPECT_EQ(time, 700u);
+}
+
+TEST_F(ClockTest, UndefinedCorrectionReachesTheCallerWithItsText) {
+  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> correction(new PiecewiseLinearCorrectionFunctionLocal);
+  // The correction function view, as the factory hands it to named clocks.
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(
+      counter_.Get(), static_cast<ICorrectionFunction2*>(correction.Get()), false));
+  steered_->tick = 50;
+  std::uint64_t time = 99;
+  EXPECT_EQ(clock->GetTime(&time), VOLM_E_FAIL);
+  EXPECT_EQ(time, 99u);
+  EXPECT_EQ(LastErrorText(clock.Get()), "Correction Function does not contain any segment.");
+  correction->AddSample(100, 1.0, 1000);
+  correction->Publish();
+  bool valid = true;
+  EXPECT_EQ(clock->TryGetTime(&valid, &time), VOLM_S_OK);
+  EXPECT_FALSE(valid);
+  EXPECT_EQ(time, 0u);
+  EXPECT_EQ(LastErrorText(clock.Get()), "Correction Function is not defined at this point.");
+}
+
+TEST_F(ClockTest, CounterFailureReturnsItsCodeAndLeavesTheClocksError) {
+  CVolmPtr<HighResDriverCounter> failing(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(failing.Get(), correction.Get(), false));
+  std::uint64_t time = 0;
+  EXPECT_EQ(clock->GetTime(&time), VOLM_E_FAIL);
+  EXPECT_EQ(LastErrorText(clock.Get()), "<none>");
+  EXPECT_EQ(LastErrorText(failing.Get()), FailingCounter::kMessage);
+  bool valid = true;
+  EXPECT_EQ(clock->TryGetTime(&valid, &time), VOLM_S_OK);
+  EXPECT_FALSE(valid);
+  EXPECT_EQ(clock->SleepTime(30'000), VOLM_E_FAIL);
+}
+
+TEST_F(ClockTest, ShortSleepsSpinAndLongerOnesSleepOnTheTimer) {
+  CVolmPtr<LinearCorrectionFunction> correction(
+      new LinearCorrectionFunction(0, 10'000'000.0 / 3'579'545.0, 0));
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter_.Get(), correction.Get(), false));
+  EXPECT_EQ(clock->SleepTime(20'000), VOLM_S_OK);
+  EXPECT_EQ(clock->SleepTime(20'001), VOLM_S_OK);
+  EXPECT_EQ(clock->SleepTime(2), VOLM_S_OK);  // less than one tick: truncates to 0
+  EXPECT_EQ(steered_->calls, (std::vector<std::string>{"spin 7159", "sleep 7159", "spin 0"}));
+}
+
+TEST_F(ClockTest, UnusableRatesAreRefusedBeforeTheCounterIsUsed) {
+  for (const double rate : {0.0, -1.0}) {
+    CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, rate, 0));
+    CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter_.Get(), correction.Get(), false));
+    EXPECT_EQ(clock->SleepTime(50'000), VOLM_E_FAIL);
+    EXPECT_NE(LastErrorText(clock.Get()).find("no usable rate"), std::string::npos);
+  }
+  EXPECT_TRUE(steered_->calls.empty());
+}
+
+TEST_F(ClockTest, SystemClockReadsTheSystemTimeNotTheCounter) {
+  CVolmPtr<HighResDriverCounter> failing(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(failing.Get(), correction.Get(), true));
+  std::uint64_t time = 0;
+  EXPECT_EQ(clock->GetTime(&time), VOLM_S_OK);
+  EXPECT_GT(time, 116'444'736'000'000'000u);
+  bool isSystem = false;
+  EXPECT_EQ(clock->IsSystemTime(&isSystem), VOLM_S_OK);
+  EXPECT_TRUE(isSystem);
+}
+
+TEST_F(ClockTest, CorrectionFunctionIsHandedOutWithAReferenceEachTime) {
+  CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter_.Get(), correction.Get(), false));
+  EXPECT_EQ(clock->GetCorrectionFunction(nullptr), VOLM_S_OK);
+  CVolmPtr<ICorrectionFunction> first;
+  CVolmPtr<ICorrectionFunction> second;
+  clock->GetCorrectionFunction(first.Put());
+  clock->GetCorrectionFunction(second.Put());
+  EXPECT_EQ(first.Get(), second.Get());
+  correction->AddRef();
+  EXPECT_EQ(correction->Release(), 4u);  // ours, the clock's and the two handed out
+}
+
+TEST_F(ClockTest, CounterWithoutTickTimersMakesCreateTimerFailClearly) {
+  CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter_.Get(), correction.Get(), false));
+  CVolmPtr<IWaitableTimer> timer;
+  EXPECT_EQ(clock->CreateTimer(timer.Put()), VOLM_E_FAIL);
+  EXPECT_FALSE(timer);
+  EXPECT_NE(LastErrorText(clock.Get()).find("makes no tick timers"), std::string::npos);
+}
+
+TEST_F(ClockTest, NullOutParametersAreRefused) {
+  CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
+  CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter_.Get(), correction.Get(), false));
+  bool valid = false;
+  std::uint64_t time = 0;
+  EXPECT_EQ(clock->GetTime(nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(clock->TryGetTime(nullptr, &time), VOLM_E_POINTER);
+  EXPECT_EQ(clock->TryGetTime(&valid, nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(clock->IsSystemTime(nullptr), VOLM_E_POINTER);
+}
+
+}  // namespace

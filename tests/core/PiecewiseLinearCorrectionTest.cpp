@@ -13,8 +13,8 @@ namespace {
 
 using Function = VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
 using VolmTime::Core::CException;
-using VolmTime::Core::kFullThreshold;
-using VolmTime::Core::kHistoryCapacity;
+using VolmTime::kFullThreshold;
+using VolmTime::kHistoryCapacity;
 
 // Runs `call` and returns the message of the CException it throws ("" if none).
 template <typename Call>

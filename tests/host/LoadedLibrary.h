@@ -5,7 +5,7 @@
 
 #include <VolmTime/VolmTime.h>
 
-#include "tests/support/DynamicLibrary.h"
+#include "tools/common/DynamicLibrary.h"
 
 #include <gtest/gtest.h>
 

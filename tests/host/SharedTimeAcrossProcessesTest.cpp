@@ -2,7 +2,7 @@
 // other processes evaluate the same values.
 #include "LoadedLibrary.h"
 
-#include "tests/support/ChildProcess.h"
+#include "tools/common/ChildProcess.h"
 #include "tests/support/UniqueName.h"
 
 #include <thread>

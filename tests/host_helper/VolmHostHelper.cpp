@@ -9,7 +9,7 @@
 //                             be made, 3 if it cannot tell the time
 #include <VolmTime/VolmTime.h>
 
-#include "tests/support/DynamicLibrary.h"
+#include "tools/common/DynamicLibrary.h"
 
 #include <chrono>
 #include <cstdio>

@@ -2,7 +2,7 @@
 #include "VolmTime/Core/Platform/FaultInjection.h"
 #include "VolmTime/Core/Platform/SharedMemory.h"
 
-#include "tests/support/ChildProcess.h"
+#include "tools/common/ChildProcess.h"
 #include "tests/support/UniqueName.h"
 
 #include <gtest/gtest.h>

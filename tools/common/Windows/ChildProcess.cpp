@@ -1,4 +1,4 @@
-#include "tests/support/ChildProcess.h"
+#include "tools/common/ChildProcess.h"
 
 #include <windows.h>
 

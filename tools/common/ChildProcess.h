@@ -1,7 +1,7 @@
-// A second process for tests that cross process boundaries: started with arguments, waited
-// for with a time limit, killed when a test is done with it or fails early.
-#ifndef TESTS_SUPPORT_CHILDPROCESS_H
-#define TESTS_SUPPORT_CHILDPROCESS_H
+// Another program run as a child process: started with arguments, waited for with a time
+// limit, killed when its owner is done with it or gives up early.
+#ifndef TOOLS_COMMON_CHILDPROCESS_H
+#define TOOLS_COMMON_CHILDPROCESS_H
 
 #include <cstdint>
 #include <optional>
@@ -27,11 +27,10 @@ class ChildProcess {
   std::optional<int> exitCode_;
 };
 
-// The folder of the running test program, where the build puts the helper programs.
+// The folder of the running program, where the build puts its sibling programs.
 std::string ProgramDirectory();
 
-// A program that the build puts next to the test programs: "name" on Linux, "name.exe" on
-// Windows.
+// A program next to the running one: "name" on Linux, "name.exe" on Windows.
 std::string SiblingProgram(const std::string& name);
 
-#endif  // TESTS_SUPPORT_CHILDPROCESS_H
+#endif  // TOOLS_COMMON_CHILDPROCESS_H

@@ -1,6 +1,6 @@
 // Loads a shared library at run time and looks up functions by name, as a host does.
-#ifndef TESTS_SUPPORT_DYNAMICLIBRARY_H
-#define TESTS_SUPPORT_DYNAMICLIBRARY_H
+#ifndef TOOLS_COMMON_DYNAMICLIBRARY_H
+#define TOOLS_COMMON_DYNAMICLIBRARY_H
 
 #include <string>
 
@@ -31,4 +31,4 @@ class DynamicLibrary {
   std::string error_;
 };
 
-#endif  // TESTS_SUPPORT_DYNAMICLIBRARY_H
+#endif  // TOOLS_COMMON_DYNAMICLIBRARY_H

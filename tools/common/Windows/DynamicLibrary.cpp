@@ -1,4 +1,4 @@
-#include "tests/support/DynamicLibrary.h"
+#include "tools/common/DynamicLibrary.h"
 
 #include <windows.h>
 

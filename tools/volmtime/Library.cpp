@@ -1,0 +1,70 @@
+#include "Library.h"
+
+#include "tools/common/ChildProcess.h"
+
+#include <cstdio>
+
+WideName Widen(const std::string& text) {
+  WideName wide;
+  for (const char character : text) wide.push_back(static_cast<VolmWideChar>(static_cast<unsigned char>(character)));
+  return wide;
+}
+
+namespace {
+
+std::string LibraryPath() {
+#if defined(_WIN32)
+  return ProgramDirectory() + "\\" + kVolmLibraryFileName;
+#else
+  return ProgramDirectory() + "/" + kVolmLibraryFileName;
+#endif
+}
+
+std::string TextOf(IVolmWideCharString* text) {
+  const VolmWideChar* buffer = nullptr;
+  if (text == nullptr || text->GetBuffer(&buffer) != VOLM_S_OK || buffer == nullptr) return "";
+  std::string narrow;
+  for (; *buffer != 0; ++buffer) {
+    const auto unit = static_cast<unsigned>(*buffer);
+    narrow.push_back(unit < 0x80 ? static_cast<char>(unit) : '?');
+  }
+  return narrow;
+}
+
+}  // namespace
+
+Library::Library() : library_(LibraryPath()) {
+  if (!library_.IsLoaded()) throw LibraryError("cannot load " + LibraryPath() + ": " + library_.Error());
+  auto createInstance = library_.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
+  if (createInstance == nullptr) throw LibraryError(LibraryPath() + " has no CreateInstance");
+  void* object = nullptr;
+  const VolmResult result = createInstance(CLSID_VolmTimeFactory, &object);
+  if (result != VOLM_S_OK) throw LibraryError("CreateInstance failed");
+  factory_ = static_cast<IVolmTimeFactory*>(object);
+  factory_->AddRef();
+  Check(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()), factory_,
+        "asking the factory for its advanced interface");
+}
+
+Library::~Library() {
+  advanced_.Reset();
+  if (factory_ != nullptr) factory_->Release();
+}
+
+void Check(VolmResult result, IVolmUnknown* source, const std::string& what) {
+  if (VolmSucceeded(result)) return;
+  std::string text;
+  Ref<IGetVolmError> errors;
+  if (source != nullptr && source->QueryInterface(IID_IGetVolmError, errors.OutVoid()) == VOLM_S_OK) {
+    Ref<IVolmError> error;
+    errors->GetError(error.Out());
+    if (error.Get() != nullptr) {
+      Ref<IVolmWideCharString> message;
+      error->GetText(message.Out());
+      text = TextOf(message.Get());
+    }
+  }
+  char code[16];
+  std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(result));
+  throw LibraryError(what + " failed (" + code + ")" + (text.empty() ? "" : ": " + text));
+}

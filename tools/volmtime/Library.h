@@ -1,0 +1,68 @@
+// The library as this tool reaches it: loaded from the tool's own folder, a factory with
+// the tool's reference, small owning holders, and error texts.
+#ifndef TOOLS_VOLMTIME_LIBRARY_H
+#define TOOLS_VOLMTIME_LIBRARY_H
+
+#include <VolmTime/VolmTime.h>
+
+#include "tools/common/DynamicLibrary.h"
+
+#include <stdexcept>
+#include <string>
+
+// A failure of the library, with its code and text.
+class LibraryError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Owns one reference.
+template <typename T>
+class Ref {
+ public:
+  Ref() = default;
+  Ref(const Ref&) = delete;
+  Ref& operator=(const Ref&) = delete;
+  ~Ref() { Reset(); }
+  T** Out() {
+    Reset();
+    return &pointer_;
+  }
+  void** OutVoid() { return reinterpret_cast<void**>(Out()); }
+  void Reset() {
+    if (pointer_ != nullptr) pointer_->Release();
+    pointer_ = nullptr;
+  }
+  T* operator->() const { return pointer_; }
+  T* Get() const { return pointer_; }
+
+ private:
+  T* pointer_ = nullptr;
+};
+
+using WideName = std::basic_string<VolmWideChar>;
+WideName Widen(const std::string& text);
+
+class Library {
+ public:
+  // Loads the library next to this program and takes a reference to the factory; throws
+  // LibraryError if either fails.
+  Library();
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  [[nodiscard]] IVolmTimeFactory* Factory() const { return factory_; }
+  [[nodiscard]] IVolmTimeFactoryAdvanced* Advanced() const { return advanced_.Get(); }
+
+ private:
+  DynamicLibrary library_;
+  IVolmTimeFactory* factory_ = nullptr;
+  Ref<IVolmTimeFactoryAdvanced> advanced_;
+};
+
+// Throws LibraryError("<what> failed: <code> <text>") when `result` is a failure, with the
+// last error of `source`.
+void Check(VolmResult result, IVolmUnknown* source, const std::string& what);
+
+#endif  // TOOLS_VOLMTIME_LIBRARY_H

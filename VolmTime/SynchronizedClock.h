@@ -5,6 +5,7 @@
 
 #include <VolmTime/IClock.h>
 
+#include "VolmTime/ICorrectionFunction2.h"
 #include "VolmTime/IHighResolutionCounter2.h"
 #include "framework/CVolmPtr.h"
 #include "framework/CVolmUnknownImpl.h"
@@ -39,6 +40,10 @@ class SynchronizedClock : public CVolmUnknownImpl1<IClock> {
   CVolmPtr<IHighResolutionCounter2> counter_;
   CVolmPtr<ICorrectionFunction> correction_;
   const bool isSystemTime_;
+  // The cores behind the two components, kept alive by them, for readings that skip the
+  // component layer; null when a component does not offer its core.
+  Core::IHighResolutionCounter* coreCounter_ = nullptr;
+  Core::CorrectionFunction64* coreFunction_ = nullptr;
 };
 
 }  // namespace VolmTime

@@ -7,6 +7,7 @@
 #include "VolmTime/Core/Platform/Timer.h"
 #include "VolmTime/Core/Platform/Wait.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace VolmTime::Core {
@@ -14,6 +15,9 @@ namespace VolmTime::Core {
 namespace {
 
 [[noreturn]] void Fail(const VolmWideChar* message) { throw CException(message); }
+
+// How much sooner than asked the platform timer of SleepTick is set to fire (100-ns units).
+constexpr std::int64_t kEarlyWakeUnits = 2'000;
 
 std::uint64_t ReadTickOrThrow() {
   std::uint64_t tick = 0;
@@ -61,7 +65,9 @@ std::uint64_t WindowsCounter::GetTick() const { return ReadTickOrThrow(); }
 void WindowsCounter::SleepTick(std::uint64_t ticks) {
   const std::uint64_t start = ReadTickOrThrow();
   const std::uint64_t target = start + ticks;
-  const std::int64_t dueTime = SleepDueTime(ticks, frequency_);
+  // The timer wakes the thread a little early and the yield loop below finishes the wait:
+  // the platform wakes a sleeper tens of microseconds late, the counter is exact.
+  const std::int64_t dueTime = std::min<std::int64_t>(SleepDueTime(ticks, frequency_) + kEarlyWakeUnits, 0);
   Platform::UniqueHandle timer = Platform::CreateWaitableTimer(true);
   if (!timer) {
     Fail(VOLM_TEXT("VolmTime::Core::WindowsCounter::SleepTick failed. Reason: Cannot create timer."));

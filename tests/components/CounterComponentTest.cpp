@@ -167,9 +167,33 @@ TEST_F(CounterComponents, WrapperAndInnerShareOneCoreAndIdentityRules) {
   EXPECT_EQ(wrapper->CreateTickTimer(nullptr), VOLM_S_OK);
 }
 
-TEST_F(CounterComponents, WrapperRefusesMissingParts) {
+TEST_F(CounterComponents, WrapperRefusesMissingPartsWithAReportableFailure) {
   CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
-  EXPECT_THROW(HighResDriverCounterTimerWrapper(nullptr, correction.Get()), CVolmException);
+  CVolmPtr<HighResDriverCounter> inner(new HighResDriverCounter(std::make_unique<SteeredCounter>(1)));
+  const auto codeOfFailure = [](IHighResolutionCounter2* counter, ICorrectionFunction2* function) {
+    try {
+      HighResDriverCounterTimerWrapper wrapper(counter, function);
+    } catch (const CVolmException& failure) {
+      return failure.Code();
+    }
+    return VOLM_S_OK;
+  };
+  EXPECT_EQ(codeOfFailure(nullptr, correction.Get()), VOLM_E_POINTER);
+  EXPECT_EQ(codeOfFailure(inner.Get(), nullptr), VOLM_E_POINTER);
+  // The half-built wrapper gave back the reference it had taken.
+  inner->AddRef();
+  EXPECT_EQ(inner->Release(), 1u);
+}
+
+TEST_F(CounterComponents, NullOutPointersAreRefusedWithoutAnError) {
+  CVolmPtr<HighResDriverCounter> counter(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  EXPECT_EQ(counter->GetTick(nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(counter->GetFrequency(nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(counter->IsAvailable(nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(counter->HasTickTimer(nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(counter->GetCoreCounter(nullptr), VOLM_E_POINTER);
+  // The failing core was never asked.
+  EXPECT_EQ(LastErrorText(counter.Get()), "<none>");
 }
 
 }  // namespace

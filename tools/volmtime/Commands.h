@@ -12,6 +12,8 @@ int RunPublish(const Arguments& arguments);
 int RunWatch(const Arguments& arguments);
 int RunInspect(const Arguments& arguments);
 int RunDemo(const Arguments& arguments);
+// Runs the benchmark program next to this one and prints its results as Markdown tables.
+int RunBench(const Arguments& arguments);
 
 // Set by Ctrl-C or SIGTERM; long-running commands end cleanly when they see it.
 extern std::atomic<bool> gStopRequested;

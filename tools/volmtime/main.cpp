@@ -30,6 +30,7 @@ const std::map<std::string, Command>& Commands() {
         "a named clock's time, its offset from the system clock and its rate"}},
       {"inspect", {RunInspect, "volmtime inspect NAME [--last 10] [--svg FILE]", "the store NAME, read-only"}},
       {"demo", {RunDemo, "volmtime demo [--seconds 3]", "publisher, two watchers and a timer, with a verdict"}},
+      {"bench", {RunBench, "volmtime bench [--json FILE]", "benchmarks against the alternatives (Linux)"}},
   };
   return commands;
 }

@@ -1,0 +1,41 @@
+// The library as the benchmarks reach it: loaded like a host loads it.
+#ifndef BENCH_HOSTFIXTURE_H
+#define BENCH_HOSTFIXTURE_H
+
+#include <VolmTime/VolmTime.h>
+
+#include "tools/common/DynamicLibrary.h"
+
+#include <cstdlib>
+#include <cstdio>
+#include <string>
+
+// Process-wide: loaded once, released at exit.
+struct LoadedVolmTime {
+  LoadedVolmTime() : library(VOLM_LIBRARY_FILE) {
+    auto createInstance = library.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
+    void* object = nullptr;
+    if (createInstance == nullptr || createInstance(CLSID_VolmTimeFactory, &object) != VOLM_S_OK) {
+      std::fprintf(stderr, "cannot load %s: %s\n", VOLM_LIBRARY_FILE, library.Error().c_str());
+      std::abort();
+    }
+    factory = static_cast<IVolmTimeFactory*>(object);
+    factory->AddRef();
+    factory->QueryInterface(IID_IVolmTimeFactoryAdvanced, reinterpret_cast<void**>(&advanced));
+  }
+  ~LoadedVolmTime() {
+    advanced->Release();
+    factory->Release();
+  }
+  DynamicLibrary library;
+  IVolmTimeFactory* factory = nullptr;
+  IVolmTimeFactoryAdvanced* advanced = nullptr;
+};
+
+LoadedVolmTime& Volm();
+
+inline std::basic_string<VolmWideChar> WideName(const std::string& text) {
+  return std::basic_string<VolmWideChar>(text.begin(), text.end());
+}
+
+#endif  // BENCH_HOSTFIXTURE_H

@@ -114,7 +114,8 @@ TEST_F(ClockTest, TimeIsTheCorrectionOfTheCurrentTick) {
 }
 
 TEST_F(ClockTest, UndefinedCorrectionReachesTheCallerWithItsText) {
-  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> correction(new PiecewiseLinearCorrectionFunctionLocal);
+  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> correction(
+      new PiecewiseLinearCorrectionFunctionLocal);
   // The correction function view, as the factory hands it to named clocks.
   CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(
       counter_.Get(), static_cast<ICorrectionFunction2*>(correction.Get()), false));
@@ -170,9 +171,11 @@ TEST_F(ClockTest, SleepFailuresReturnTheInnerCodeAndLeaveTheClocksError) {
   EXPECT_EQ(LastErrorText(clock.Get()), "<none>");
   EXPECT_TRUE(steered_->calls.empty());
 
-  CVolmPtr<HighResDriverCounter> failing(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<HighResDriverCounter> failing(
+      new HighResDriverCounter(std::make_unique<FailingCounter>()));
   CVolmPtr<LinearCorrectionFunction> linear(new LinearCorrectionFunction(0, 1.0, 0));
-  CVolmPtr<SynchronizedClock> failingClock(new SynchronizedClock(failing.Get(), linear.Get(), false));
+  CVolmPtr<SynchronizedClock> failingClock(
+      new SynchronizedClock(failing.Get(), linear.Get(), false));
   EXPECT_EQ(failingClock->SleepTime(50'000), VOLM_E_FAIL);
   EXPECT_EQ(failingClock->SleepTime(5), VOLM_E_FAIL);
   EXPECT_EQ(LastErrorText(failingClock.Get()), "<none>");
@@ -180,7 +183,8 @@ TEST_F(ClockTest, SleepFailuresReturnTheInnerCodeAndLeaveTheClocksError) {
 }
 
 TEST_F(ClockTest, CounterFailureReturnsItsCodeAndLeavesTheClocksError) {
-  CVolmPtr<HighResDriverCounter> failing(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<HighResDriverCounter> failing(
+      new HighResDriverCounter(std::make_unique<FailingCounter>()));
   CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
   CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(failing.Get(), correction.Get(), false));
   std::uint64_t time = 0;
@@ -206,7 +210,8 @@ TEST_F(ClockTest, ShortSleepsSpinAndLongerOnesSleepOnTheTimer) {
 TEST_F(ClockTest, UnusableRatesAreRefusedBeforeTheCounterIsUsed) {
   for (const double rate : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
     CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, rate, 0));
-    CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter_.Get(), correction.Get(), false));
+    CVolmPtr<SynchronizedClock> clock(
+        new SynchronizedClock(counter_.Get(), correction.Get(), false));
     EXPECT_EQ(clock->SleepTime(50'000), VOLM_E_FAIL);
     EXPECT_NE(LastErrorText(clock.Get()).find("no usable rate"), std::string::npos) << rate;
   }
@@ -222,10 +227,14 @@ TEST(ClockOnThePlatformCounter, SleepsNeverEndEarly) {
     VolmTime::Core::WindowsCounter* platform = core.get();
     const double rate = 10'000'000.0 / static_cast<double>(platform->GetFrequency());
     CVolmPtr<HighResDriverCounter> counter(new HighResDriverCounter(std::move(core)));
-    CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(platform->GetTick(), rate, 0));
-    CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(counter.Get(), correction.Get(), false));
-    for (const std::uint64_t duration : {std::uint64_t{20'000}, std::uint64_t{20'001}, std::uint64_t{300'000}}) {
-      const std::uint64_t ticks = VolmTime::Core::TruncateToUint64(static_cast<double>(duration) / rate);
+    CVolmPtr<LinearCorrectionFunction> correction(
+        new LinearCorrectionFunction(platform->GetTick(), rate, 0));
+    CVolmPtr<SynchronizedClock> clock(
+        new SynchronizedClock(counter.Get(), correction.Get(), false));
+    for (const std::uint64_t duration :
+         {std::uint64_t{20'000}, std::uint64_t{20'001}, std::uint64_t{300'000}}) {
+      const std::uint64_t ticks =
+          VolmTime::Core::TruncateToUint64(static_cast<double>(duration) / rate);
       const std::uint64_t before = platform->GetTick();
       ASSERT_EQ(clock->SleepTime(duration), VOLM_S_OK);
       const std::uint64_t elapsed = platform->GetTick() - before;
@@ -237,7 +246,8 @@ TEST(ClockOnThePlatformCounter, SleepsNeverEndEarly) {
 }
 
 TEST_F(ClockTest, SystemClockReadsTheSystemTimeNotTheCounter) {
-  CVolmPtr<HighResDriverCounter> failing(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<HighResDriverCounter> failing(
+      new HighResDriverCounter(std::make_unique<FailingCounter>()));
   CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
   CVolmPtr<SynchronizedClock> clock(new SynchronizedClock(failing.Get(), correction.Get(), true));
   std::uint64_t time = 0;

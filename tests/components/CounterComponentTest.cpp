@@ -81,14 +81,16 @@ TEST_F(CounterComponents, BareCounterForwardsToItsCore) {
 }
 
 TEST_F(CounterComponents, BareCounterMakesNoTickTimer) {
-  CVolmPtr<HighResDriverCounter> counter(new HighResDriverCounter(std::make_unique<SteeredCounter>(1)));
+  CVolmPtr<HighResDriverCounter> counter(
+      new HighResDriverCounter(std::make_unique<SteeredCounter>(1)));
   IWaitableTickTimer* timer = reinterpret_cast<IWaitableTickTimer*>(0x1);
   EXPECT_EQ(counter->CreateTickTimer(&timer), VOLM_S_FALSE);
   EXPECT_EQ(timer, reinterpret_cast<IWaitableTickTimer*>(0x1));
 }
 
 TEST_F(CounterComponents, CoreFailureBecomesEFailWithTheCoreMessageAndNoOutValue) {
-  CVolmPtr<HighResDriverCounter> counter(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<HighResDriverCounter> counter(
+      new HighResDriverCounter(std::make_unique<FailingCounter>()));
   std::uint64_t tick = 77;
   EXPECT_EQ(counter->GetTick(&tick), VOLM_E_FAIL);
   EXPECT_EQ(tick, 77u);
@@ -101,7 +103,8 @@ TEST_F(CounterComponents, CoreFailureBecomesEFailWithTheCoreMessageAndNoOutValue
 }
 
 TEST_F(CounterComponents, WrapperPassesTimeCriticalFailuresOnWithoutCopyingThem) {
-  CVolmPtr<HighResDriverCounter> inner(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<HighResDriverCounter> inner(
+      new HighResDriverCounter(std::make_unique<FailingCounter>()));
   CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
   CVolmPtr<HighResDriverCounterTimerWrapper> wrapper(
       new HighResDriverCounterTimerWrapper(inner.Get(), correction.Get()));
@@ -113,7 +116,8 @@ TEST_F(CounterComponents, WrapperPassesTimeCriticalFailuresOnWithoutCopyingThem)
 }
 
 TEST_F(CounterComponents, WrapperCopiesErrorsOfItsForwardedOperations) {
-  CVolmPtr<HighResDriverCounter> inner(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<HighResDriverCounter> inner(
+      new HighResDriverCounter(std::make_unique<FailingCounter>()));
   CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
   CVolmPtr<HighResDriverCounterTimerWrapper> wrapper(
       new HighResDriverCounterTimerWrapper(inner.Get(), correction.Get()));
@@ -135,13 +139,17 @@ TEST_F(CounterComponents, WrapperComposesTextsNamingItsLines) {
   bool answer = false;
   std::uint64_t value = 0;
   EXPECT_EQ(wrapper->GetName(nullptr), SilentFailingCounter::kCode);
-  EXPECT_EQ(LastErrorText(wrapper.Get()), "Unknown error code. [HighResDriverCounterTimerWrapper, line 42]");
+  EXPECT_EQ(LastErrorText(wrapper.Get()),
+            "Unknown error code. [HighResDriverCounterTimerWrapper, line 42]");
   EXPECT_EQ(wrapper->GetFrequency(&value), SilentFailingCounter::kCode);
-  EXPECT_EQ(LastErrorText(wrapper.Get()), "Unknown error code. [HighResDriverCounterTimerWrapper, line 75]");
+  EXPECT_EQ(LastErrorText(wrapper.Get()),
+            "Unknown error code. [HighResDriverCounterTimerWrapper, line 75]");
   EXPECT_EQ(wrapper->IsAvailable(&answer), SilentFailingCounter::kCode);
-  EXPECT_EQ(LastErrorText(wrapper.Get()), "Unknown error code. [HighResDriverCounterTimerWrapper, line 92]");
+  EXPECT_EQ(LastErrorText(wrapper.Get()),
+            "Unknown error code. [HighResDriverCounterTimerWrapper, line 92]");
   EXPECT_EQ(wrapper->HasTickTimer(&answer), SilentFailingCounter::kCode);
-  EXPECT_EQ(LastErrorText(wrapper.Get()), "Unknown error code. [HighResDriverCounterTimerWrapper, line 102]");
+  EXPECT_EQ(LastErrorText(wrapper.Get()),
+            "Unknown error code. [HighResDriverCounterTimerWrapper, line 102]");
 }
 
 TEST_F(CounterComponents, WrapperAndInnerShareOneCoreAndIdentityRules) {
@@ -169,7 +177,8 @@ TEST_F(CounterComponents, WrapperAndInnerShareOneCoreAndIdentityRules) {
 
 TEST_F(CounterComponents, WrapperRefusesMissingPartsWithAReportableFailure) {
   CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
-  CVolmPtr<HighResDriverCounter> inner(new HighResDriverCounter(std::make_unique<SteeredCounter>(1)));
+  CVolmPtr<HighResDriverCounter> inner(
+      new HighResDriverCounter(std::make_unique<SteeredCounter>(1)));
   const auto codeOfFailure = [](IHighResolutionCounter2* counter, ICorrectionFunction2* function) {
     try {
       HighResDriverCounterTimerWrapper wrapper(counter, function);
@@ -186,7 +195,8 @@ TEST_F(CounterComponents, WrapperRefusesMissingPartsWithAReportableFailure) {
 }
 
 TEST_F(CounterComponents, NullOutPointersAreRefusedWithoutAnError) {
-  CVolmPtr<HighResDriverCounter> counter(new HighResDriverCounter(std::make_unique<FailingCounter>()));
+  CVolmPtr<HighResDriverCounter> counter(
+      new HighResDriverCounter(std::make_unique<FailingCounter>()));
   EXPECT_EQ(counter->GetTick(nullptr), VOLM_E_POINTER);
   EXPECT_EQ(counter->GetFrequency(nullptr), VOLM_E_POINTER);
   EXPECT_EQ(counter->IsAvailable(nullptr), VOLM_E_POINTER);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and tests every preset: linux, linux-asan,
-# linux-tsan and windows (under Wine). Stops at the first preset that fails.
+# linux-tsan and windows (under Wine), and runs the store reader fuzzer for a short while.
+# Stops at the first failure.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,4 +18,9 @@ for preset in "${presets[@]}"; do
   ctest --preset "$preset" -j "$jobs"
   summary+=("$preset passed")
 done
+if [ -z "${VOLM_PRESETS:-}" ]; then
+  echo "=== fuzz"
+  FUZZ_SECONDS=${FUZZ_SECONDS:-30} bash scripts/fuzz.sh
+  summary+=("fuzz passed")
+fi
 printf '%s\n' "${summary[@]}"

@@ -61,7 +61,7 @@ std::optional<ReadableSequence> ReadSequence(const SampleStore& store) noexcept 
 // the latest ring has 16 slots and a full window skips 17 history slots.
 constexpr std::uint32_t kAppendsAViewSurvives = kLatestRingSize - 1;
 // A reader that keeps finding the writer too far ahead gives up rather than spin forever.
-constexpr int kMaximumReadAttempts = 100'000;
+constexpr int kMaximumReadAttempts = 1'000;
 
 // Runs `evaluate` on a published view until it ran on one that no later append can have
 // overwritten while it read; the answer never mixes samples of two states. Samples are
@@ -160,9 +160,14 @@ Tick PiecewiseLinearCorrectionFunction<Tick, Time>::TimeToTick(Time time) const 
 
 template <typename Tick, typename Time>
 double PiecewiseLinearCorrectionFunction<Tick, Time>::GetRate() const {
-  return ReadConsistently(*store_, [](const ReadableSequence& sequence) {
-    return sequence.empty ? 0.0 : sequence.Latest().rate;
-  });
+  // Never throws: a store that cannot be read consistently has no rate to offer.
+  try {
+    return ReadConsistently(*store_, [](const ReadableSequence& sequence) {
+      return sequence.empty ? 0.0 : sequence.Latest().rate;
+    });
+  } catch (const CException&) {
+    return 0.0;
+  }
 }
 
 template <typename Tick, typename Time>

@@ -7,12 +7,19 @@
 //                             2 if it cannot be opened, 3 if the mapping fails
 //   clock NAME                exit 0 if a named clock on NAME tells a time, 2 if it cannot
 //                             be made, 3 if it cannot tell the time
+//   publish-fast NAME MS US   discipline NAME to the system clock every US microseconds for
+//                             MS milliseconds; a writer that takes over continues the time
+//                             axis of the one before instead of stepping back
+//   read-monotonic NAME MS    read a named clock on NAME for MS milliseconds; exit 0 if it
+//                             never went back, failed only while a new writer started, and
+//                             read well at the end; 1 if it went back, 3 on other failures
 #include <VolmTime/VolmTime.h>
 
 #include "tools/common/DynamicLibrary.h"
 
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -30,6 +37,101 @@ struct Releaser {
     if (pointer != nullptr) pointer->Release();
   }
 };
+
+using Clock = std::chrono::steady_clock;
+
+int PublishFast(IVolmTimeFactory* factory, IVolmTimeFactoryAdvanced* advanced,
+                const std::basic_string<VolmWideChar>& name, char** argv) {
+  const auto until = Clock::now() + std::chrono::milliseconds(std::atol(argv[3]));
+  const auto interval = std::chrono::microseconds(std::atol(argv[4]));
+  Releaser<IHighResolutionCounter> counter;
+  Releaser<IClock> system;
+  factory->GetCounter(&counter.pointer);
+  factory->GetSystemClock(&system.pointer);
+  std::uint64_t frequency = 0;
+  counter.pointer->GetFrequency(&frequency);
+  const double rate = 10'000'000.0 / static_cast<double>(frequency);
+  // Where the previous writer's function stands now, so this one does not start behind it.
+  std::uint64_t floor = 0;
+  {
+    Releaser<IPiecewiseLinearCorrection> previous;
+    std::uint64_t tick = 0;
+    counter.pointer->GetTick(&tick);
+    if (advanced->OpenSharedMemoryCorrection(name.c_str(), &previous.pointer) == VOLM_S_OK) {
+      previous.pointer->TickToTime(tick + frequency / 100, &floor);  // 10 ms ahead
+    }
+  }
+  Releaser<IPiecewiseLinearCorrection> writer;
+  if (advanced->CreateSharedMemoryCorrection(name.c_str(), &writer.pointer) != VOLM_S_OK) return 2;
+  std::uint64_t lastTick = 0;
+  std::uint64_t lastTime = floor;
+  auto next = Clock::now();
+  while (Clock::now() < until) {
+    std::uint64_t tick = 0;
+    std::uint64_t time = 0;
+    counter.pointer->GetTick(&tick);
+    system.pointer->GetTime(&time);
+    // Never below where the function already stands at this tick: readers' time must not
+    // step back where one segment gives way to the next.
+    const auto predicted = lastTick == 0 ? lastTime
+                                         : lastTime + static_cast<std::uint64_t>(static_cast<double>(tick - lastTick) * rate);
+    // +1: the function's own truncation may already have shown a reader one unit more.
+    if (time <= predicted) time = predicted + 1;
+    if (tick > lastTick && time > lastTime) {
+      if (writer.pointer->AddSample(tick, rate, time) != VOLM_S_OK || writer.pointer->Publish() != VOLM_S_OK) return 3;
+      lastTick = tick;
+      lastTime = time;
+    }
+    next += interval;
+    while (Clock::now() < next) {
+    }
+  }
+  return 0;
+}
+
+int ReadMonotonic(IVolmTimeFactory* factory, const std::basic_string<VolmWideChar>& name, long ms) {
+  const auto until = Clock::now() + std::chrono::milliseconds(ms);
+  Releaser<IClock> clock;
+  if (factory->CreateSynchronizedClock(name.c_str(), &clock.pointer) != VOLM_S_OK) return 2;
+  std::uint64_t last = 0;
+  std::uint64_t readings = 0;
+  std::uint64_t emptyReadings = 0;
+  bool lastReadingGood = false;
+  while (Clock::now() < until) {
+    std::uint64_t time = 0;
+    if (clock.pointer->GetTime(&time) != VOLM_S_OK) {
+      // Only a writer starting over empties the function for a moment.
+      Releaser<IGetVolmError> errors;
+      Releaser<IVolmError> error;
+      Releaser<IVolmWideCharString> text;
+      clock.pointer->QueryInterface(IID_IGetVolmError, reinterpret_cast<void**>(&errors.pointer));
+      errors.pointer->GetError(&error.pointer);
+      error.pointer->GetText(&text.pointer);
+      const VolmWideChar* buffer = nullptr;
+      text.pointer->GetBuffer(&buffer);
+      const auto message = std::basic_string<VolmWideChar>(buffer);
+      if (message != Wide("Correction Function does not contain any segment.")) {
+        std::fprintf(stderr, "read-monotonic: unexpected failure after %llu readings\n",
+                     static_cast<unsigned long long>(readings));
+        return 3;
+      }
+      ++emptyReadings;
+      lastReadingGood = false;
+      continue;
+    }
+    if (time < last) {
+      std::fprintf(stderr, "read-monotonic: time went back by %llu units\n",
+                   static_cast<unsigned long long>(last - time));
+      return 1;
+    }
+    last = time;
+    ++readings;
+    lastReadingGood = true;
+  }
+  std::fprintf(stderr, "read-monotonic: %llu readings, %llu while the function was empty\n",
+               static_cast<unsigned long long>(readings), static_cast<unsigned long long>(emptyReadings));
+  return lastReadingGood && readings > 1000 ? 0 : 4;
+}
 
 int Run(IVolmTimeFactory* factory, int argc, char** argv) {
   const std::string command = argv[1];
@@ -62,6 +164,8 @@ int Run(IVolmTimeFactory* factory, int argc, char** argv) {
     std::uint64_t time = 0;
     return clock.pointer->GetTime(&time) == VOLM_S_OK ? 0 : 3;
   }
+  if (command == "publish-fast" && argc == 5) return PublishFast(factory, advanced.pointer, name, argv);
+  if (command == "read-monotonic" && argc == 4) return ReadMonotonic(factory, name, std::atol(argv[3]));
   return 64;
 }
 

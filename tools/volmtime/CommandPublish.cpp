@@ -75,8 +75,9 @@ int RunPublish(const Arguments& arguments) {
     if (duration > 0 && std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(duration)) break;
     const Pair now = TightPair(counter.Get(), system.Get());
     const double elapsedTicks = static_cast<double>(now.tick - previous.tick);
-    const double predicted = static_cast<double>(previous.time) + elapsedTicks * rate;
-    lastCorrection = static_cast<double>(now.time) - predicted;
+    // As the function itself computes it: times are too large for a double to hold exactly.
+    const std::uint64_t predicted = previous.time + static_cast<std::uint64_t>(elapsedTicks * rate);
+    lastCorrection = static_cast<double>(static_cast<std::int64_t>(now.time - predicted));
     if (now.time <= previous.time) {
       // The system clock stepped back: time on the shared axis cannot go back with it, so the
       // function starts over from here.
@@ -90,10 +91,16 @@ int RunPublish(const Arguments& arguments) {
     } else {
       rate = static_cast<double>(now.time - previous.time) / elapsedTicks;
     }
-    Check(writer->AddSample(now.tick, rate, now.time), writer.Get(), "AddSample");
+    // Within the jump limit the new segment starts no lower than the old one ends, so time on
+    // the shared axis never goes back; the measured rate brings it to the system time.
+    std::uint64_t anchor = now.time;
+    // (+1: the function's truncation may already have shown a reader one unit more.)
+    if (lastCorrection <= 0 && std::fabs(lastCorrection) <= jumpUnits) anchor = predicted + 1;
+    if (now.tick <= previous.tick || anchor <= previous.time) continue;
+    Check(writer->AddSample(now.tick, rate, anchor), writer.Get(), "AddSample");
     Check(writer->Publish(), writer.Get(), "Publish");
     ++samples;
-    previous = now;
+    previous = {now.tick, anchor};
     if (!quiet) {
       std::printf("\rsamples %llu  rate %+9.3f ppm  last correction %s  jumps %llu   ",
                   static_cast<unsigned long long>(samples), (rate / nominal - 1.0) * 1e6,

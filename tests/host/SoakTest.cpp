@@ -1,0 +1,53 @@
+// A writer publishing at 10 kHz, readers in three processes, and the writer killed in the
+// middle and replaced: time on the readers' clocks never goes back and their readings never
+// fail, except for the moment a new writer starts over.
+#include "LoadedLibrary.h"
+
+#include "tools/common/ChildProcess.h"
+#include "tests/support/UniqueName.h"
+
+#include <memory>
+#include <thread>
+
+namespace {
+
+class Soak : public HostTest {};
+
+TEST_F(Soak, ReadersSurviveAWriterKilledAndReplaced) {
+  const std::string name = UniqueName("volm-soak");
+  const std::basic_string<VolmWideChar> wideName(name.begin(), name.end());
+  const std::string helper = SiblingProgram("volm_host_helper");
+  auto first = std::make_unique<ChildProcess>(helper, std::vector<std::string>{"publish-fast", name, "60000", "100"});
+  {
+    Ref<IVolmTimeFactory> factory;
+    TakeFactory(factory);
+    Ref<IClock> clock;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    std::uint64_t time = 0;
+    while (std::chrono::steady_clock::now() < deadline &&
+           (factory->CreateSynchronizedClock(wideName.c_str(), clock.Out()) != VOLM_S_OK ||
+            clock->GetTime(&time) != VOLM_S_OK)) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_GT(time, 0u) << "the writer never published";
+  }
+  std::vector<std::unique_ptr<ChildProcess>> readers;
+  for (int i = 0; i < 3; ++i) {
+    readers.push_back(std::make_unique<ChildProcess>(helper, std::vector<std::string>{"read-monotonic", name, "3000"}));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+  first->Kill();  // a crash: no clean-up, the store stays with the readers
+  ASSERT_TRUE(first->Wait(10'000).has_value());
+  ChildProcess second(helper, {"publish-fast", name, "2500", "100"});
+  for (auto& reader : readers) EXPECT_EQ(reader->Wait(30'000), 0);
+  EXPECT_EQ(second.Wait(30'000), 0);
+  // Nobody holds the store any more; a last look clears what the killed writer left.
+  Ref<IVolmTimeFactory> factory;
+  TakeFactory(factory);
+  Ref<IVolmTimeFactoryAdvanced> advanced;
+  factory->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced.OutVoid());
+  Ref<IPiecewiseLinearCorrection> sweep;
+  (void)advanced->OpenSharedMemoryCorrection(wideName.c_str(), sweep.Out());
+}
+
+}  // namespace

@@ -10,13 +10,18 @@ bash scripts/setup.sh
 presets=(${VOLM_PRESETS:-linux linux-asan linux-tsan windows})
 jobs=$(nproc)
 summary=()
+passed=0
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
 for preset in "${presets[@]}"; do
   echo "=== $preset: configure and build"
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" -j "$jobs"
   echo "=== $preset: test"
-  ctest --preset "$preset" -j "$jobs"
-  summary+=("$preset passed")
+  ctest --preset "$preset" -j "$jobs" | tee "$log"
+  count=$(sed -n 's/.*tests passed, 0 tests failed out of \([0-9]*\).*/\1/p' "$log" | tail -n 1)
+  passed=$((passed + ${count:-0}))
+  summary+=("$preset passed (${count:-0} tests)")
 done
 if [ -z "${VOLM_PRESETS:-}" ]; then
   echo "=== fuzz"
@@ -24,3 +29,4 @@ if [ -z "${VOLM_PRESETS:-}" ]; then
   summary+=("fuzz passed")
 fi
 printf '%s\n' "${summary[@]}"
+echo "all presets: $passed passed, 0 failed"

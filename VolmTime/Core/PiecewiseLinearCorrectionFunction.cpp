@@ -2,6 +2,7 @@
 
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/Platform/Thread.h"
 
 #include <optional>
 
@@ -60,8 +61,11 @@ std::optional<ReadableSequence> ReadSequence(const SampleStore& store) noexcept 
 // A view stays intact while the writer has appended fewer than 16 samples since its Publish:
 // the latest ring has 16 slots and a full window skips 17 history slots.
 constexpr std::uint32_t kAppendsAViewSurvives = kLatestRingSize - 1;
-// A reader that keeps finding the writer too far ahead gives up rather than spin forever.
-constexpr int kMaximumReadAttempts = 1'000;
+// A reader that keeps finding the writer in its way yields after a few attempts, so that a
+// writer preempted between its two header stores gets to finish them, and gives up after
+// many rather than spin forever on a store that never reads consistently.
+constexpr int kAttemptsBeforeYielding = 16;
+constexpr int kMaximumReadAttempts = 2'000;
 
 // Runs `evaluate` on a published view until it ran on one that no later append can have
 // overwritten while it read; the answer never mixes samples of two states. Samples are
@@ -86,6 +90,7 @@ auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
     if (attempt == kMaximumReadAttempts) {
       Fail(VOLM_TEXT("Correction Function changes too fast to be read."));
     }
+    if (attempt >= kAttemptsBeforeYielding) Platform::YieldTimeSlice();
   }
 }
 

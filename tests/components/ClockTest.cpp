@@ -10,6 +10,8 @@
 #include "framework/CVolmError.h"
 #include "framework/LiveObjects.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -25,17 +27,6 @@ using VolmTime::HighResDriverCounter;
 using VolmTime::LinearCorrectionFunction;
 using VolmTime::PiecewiseLinearCorrectionFunctionLocal;
 using VolmTime::SynchronizedClock;
-
-std::string LastErrorText(IGetVolmError* source) {
-  CVolmPtr<IVolmError> error;
-  source->GetError(error.Put());
-  if (!error) return "<none>";
-  CVolmPtr<IVolmWideCharString> text;
-  error->GetText(text.Put());
-  const VolmWideChar* buffer = nullptr;
-  text->GetBuffer(&buffer);
-  return EncodeUtf8PerUnit(buffer);
-}
 
 VolmResult LastErrorCode(IGetVolmError* source) {
   CVolmPtr<IVolmError> error;

@@ -8,6 +8,8 @@
 #include "framework/CVolmException.h"
 #include "framework/LiveObjects.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -18,17 +20,6 @@ namespace {
 using VolmTime::HighResDriverCounter;
 using VolmTime::HighResDriverCounterTimerWrapper;
 using VolmTime::LinearCorrectionFunction;
-
-std::string LastErrorText(IGetVolmError* source) {
-  CVolmPtr<IVolmError> error;
-  source->GetError(error.Put());
-  if (!error) return "<none>";
-  CVolmPtr<IVolmWideCharString> text;
-  error->GetText(text.Put());
-  const VolmWideChar* buffer = nullptr;
-  text->GetBuffer(&buffer);
-  return EncodeUtf8PerUnit(buffer);
-}
 
 // A counter component whose forwarded operations fail without an error object.
 class SilentFailingCounter : public CVolmUnknownImpl1<IHighResolutionCounter2> {

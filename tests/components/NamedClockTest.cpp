@@ -8,6 +8,8 @@
 
 #include "tests/support/UniqueName.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -21,17 +23,6 @@ using VolmTime::PiecewiseLinearCorrectionFunctionSharedMemory;
 using VolmTime::VolmTimeFactory;
 
 WideString Wide(const std::string& ascii) { return WidenBytes(ascii); }
-
-std::string LastErrorText(IGetVolmError* source) {
-  CVolmPtr<IVolmError> error;
-  source->GetError(error.Put());
-  if (!error) return "<none>";
-  CVolmPtr<IVolmWideCharString> text;
-  error->GetText(text.Put());
-  const VolmWideChar* buffer = nullptr;
-  text->GetBuffer(&buffer);
-  return EncodeUtf8PerUnit(buffer);
-}
 
 class NamedClocks : public ::testing::Test {
  protected:

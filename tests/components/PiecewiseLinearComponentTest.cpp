@@ -7,6 +7,8 @@
 
 #include "tests/support/UniqueName.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -15,17 +17,6 @@ namespace {
 
 using VolmTime::PiecewiseLinearCorrectionFunctionLocal;
 using VolmTime::PiecewiseLinearCorrectionFunctionSharedMemory;
-
-std::string LastErrorText(IGetVolmError* source) {
-  CVolmPtr<IVolmError> error;
-  source->GetError(error.Put());
-  if (!error) return "<none>";
-  CVolmPtr<IVolmWideCharString> text;
-  error->GetText(text.Put());
-  const VolmWideChar* buffer = nullptr;
-  text->GetBuffer(&buffer);
-  return EncodeUtf8PerUnit(buffer);
-}
 
 class PiecewiseLinearComponent : public ::testing::Test {
  protected:

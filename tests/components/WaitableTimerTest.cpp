@@ -5,6 +5,8 @@
 #include "framework/CVolmError.h"
 #include "framework/LiveObjects.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -14,17 +16,6 @@
 #include <vector>
 
 namespace {
-
-std::string LastErrorText(IGetVolmError* source) {
-  CVolmPtr<IVolmError> error;
-  source->GetError(error.Put());
-  if (!error) return "<none>";
-  CVolmPtr<IVolmWideCharString> text;
-  error->GetText(text.Put());
-  const VolmWideChar* buffer = nullptr;
-  text->GetBuffer(&buffer);
-  return EncodeUtf8PerUnit(buffer);
-}
 
 // A correction function with a chosen rate that can be made to fail with an error object.
 class FakeCorrection : public CVolmUnknownImpl1<ICorrectionFunction2> {

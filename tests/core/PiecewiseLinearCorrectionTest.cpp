@@ -2,6 +2,8 @@
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -17,16 +19,6 @@ using VolmTime::kFullThreshold;
 using VolmTime::kHistoryCapacity;
 
 // Runs `call` and returns the message of the CException it throws ("" if none).
-template <typename Call>
-std::string FailureOf(Call&& call) {
-  try {
-    call();
-  } catch (const CException& failure) {
-    return failure.what();
-  }
-  return "";
-}
-
 constexpr const char* kNoSegment = "Correction Function does not contain any segment.";
 constexpr const char* kUndefined = "Correction Function is not defined at this point.";
 

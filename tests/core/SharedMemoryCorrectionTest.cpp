@@ -5,6 +5,8 @@
 
 #include "tests/support/UniqueName.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -15,16 +17,6 @@ namespace {
 using SharedFunction =
     VolmTime::Core::PiecewiseLinearCorrectionFunctionSharedMemory<std::uint64_t, std::uint64_t>;
 using VolmTime::Core::CException;
-
-template <typename Call>
-std::string FailureOf(Call&& call) {
-  try {
-    call();
-  } catch (const CException& failure) {
-    return failure.what();
-  }
-  return "";
-}
 
 class SharedMemoryCorrection : public ::testing::Test {
  protected:

@@ -3,6 +3,8 @@
 #include "VolmTime/Core/Platform/FaultInjection.h"
 #include "VolmTime/Core/WindowsCounter.h"
 
+#include "tests/support/ErrorTexts.h"
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -13,16 +15,6 @@ using VolmTime::Core::CException;
 using VolmTime::Core::SleepDueTime;
 using VolmTime::Core::WindowsCounter;
 using VolmTime::Core::Platform::Faults;
-
-template <typename Call>
-std::string FailureOf(Call&& call) {
-  try {
-    call();
-  } catch (const CException& failure) {
-    return failure.what();
-  }
-  return "";
-}
 
 TEST(WindowsCounter, AnswersAsThePlatformCounter) {
   WindowsCounter counter;

@@ -6,37 +6,13 @@
 #include <VolmTime/VolmTime.h>
 
 #include "tools/common/DynamicLibrary.h"
+#include "tools/common/Ref.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdint>
 #include <string>
-
-// Owns one reference to any interface; the host's own small holder.
-template <typename T>
-class Ref {
- public:
-  Ref() = default;
-  Ref(const Ref&) = delete;
-  Ref& operator=(const Ref&) = delete;
-  ~Ref() { Reset(); }
-  T** Out() {
-    Reset();
-    return &pointer_;
-  }
-  void** OutVoid() { return reinterpret_cast<void**>(Out()); }
-  void Reset() {
-    if (pointer_ != nullptr) pointer_->Release();
-    pointer_ = nullptr;
-  }
-  T* operator->() const { return pointer_; }
-  T* Get() const { return pointer_; }
-  explicit operator bool() const { return pointer_ != nullptr; }
-
- private:
-  T* pointer_ = nullptr;
-};
 
 class HostTest : public ::testing::Test {
  protected:

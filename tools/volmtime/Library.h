@@ -6,6 +6,7 @@
 #include <VolmTime/VolmTime.h>
 
 #include "tools/common/DynamicLibrary.h"
+#include "tools/common/Ref.h"
 
 #include <stdexcept>
 #include <string>
@@ -14,30 +15,6 @@
 class LibraryError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
-};
-
-// Owns one reference.
-template <typename T>
-class Ref {
- public:
-  Ref() = default;
-  Ref(const Ref&) = delete;
-  Ref& operator=(const Ref&) = delete;
-  ~Ref() { Reset(); }
-  T** Out() {
-    Reset();
-    return &pointer_;
-  }
-  void** OutVoid() { return reinterpret_cast<void**>(Out()); }
-  void Reset() {
-    if (pointer_ != nullptr) pointer_->Release();
-    pointer_ = nullptr;
-  }
-  T* operator->() const { return pointer_; }
-  T* Get() const { return pointer_; }
-
- private:
-  T* pointer_ = nullptr;
 };
 
 using WideName = std::basic_string<VolmWideChar>;

@@ -6,9 +6,23 @@ namespace VolmTime::Core {
 
 namespace {
 
+// The name byte by byte, except that a NUL byte is shown as "\0": hosts read messages as
+// zero-terminated texts, which a real NUL would cut short.
+WideString ShownName(const std::string& name) {
+  WideString shown;
+  for (const char byte : name) {
+    if (byte == '\0') {
+      shown += VOLM_TEXT("\\0");
+    } else {
+      shown.push_back(static_cast<VolmWideChar>(static_cast<unsigned char>(byte)));
+    }
+  }
+  return shown;
+}
+
 [[noreturn]] void NotAvailable(const std::string& name, const std::string& reason) {
   WideString message = VOLM_TEXT("The shared memory >");
-  message += WidenBytes(name);
+  message += ShownName(name);
   message += VOLM_TEXT("< is not available (");
   message += WidenBytes(reason);
   message += VOLM_TEXT(").");

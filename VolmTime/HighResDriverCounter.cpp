@@ -25,7 +25,9 @@ VolmResult HighResDriverCounter::GetName(IVolmWideCharString** name) {
   });
 }
 
-VolmResult HighResDriverCounter::CreateTickTimer(IWaitableTickTimer** /*timer*/) { return VOLM_S_FALSE; }
+VolmResult HighResDriverCounter::CreateTickTimer(IWaitableTickTimer** /*timer*/) {
+  return VOLM_S_FALSE;
+}
 
 VolmResult HighResDriverCounter::SleepTick(std::uint64_t ticks) {
   return CoreBoundary(*this, [&] { core_->SleepTick(ticks); });
@@ -57,7 +59,8 @@ VolmResult HighResDriverCounter::GetCoreCounter(Core::IHighResolutionCounter** c
   return VOLM_S_OK;
 }
 
-VolmResult QueryCounterInterface(IHighResolutionCounter2* counter, const VolmId& id, void** object) {
+VolmResult QueryCounterInterface(IHighResolutionCounter2* counter, const VolmId& id,
+                                 void** object) {
   if (id == VolmIds().highResolutionCounter) return HandOutInterface(counter, object);
   return NoInterface(object);
 }

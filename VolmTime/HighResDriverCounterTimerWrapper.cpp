@@ -37,12 +37,14 @@ HighResDriverCounterTimerWrapper::~HighResDriverCounterTimerWrapper() {
 }
 
 VolmResult HighResDriverCounterTimerWrapper::GetName(IVolmWideCharString** name) {
-  return ComponentBoundary(*this, [&] { ThrowIfFailed(inner_.Get(), inner_->GetName(name), kGetNameCall); });
+  return ComponentBoundary(
+      *this, [&] { ThrowIfFailed(inner_.Get(), inner_->GetName(name), kGetNameCall); });
 }
 
 VolmResult HighResDriverCounterTimerWrapper::CreateTickTimer(IWaitableTickTimer** timer) {
   return ComponentBoundary(*this, [&] {
-    CVolmPtr<WindowsWaitableTickTimer> made(new WindowsWaitableTickTimer(inner_.Get(), correction_.Get()));
+    CVolmPtr<WindowsWaitableTickTimer> made(
+        new WindowsWaitableTickTimer(inner_.Get(), correction_.Get()));
     if (timer != nullptr) *timer = made.Detach();
   });
 }
@@ -52,7 +54,9 @@ VolmResult HighResDriverCounterTimerWrapper::SleepTick(std::uint64_t ticks) {
   return inner_->SleepTick(ticks);
 }
 
-VolmResult HighResDriverCounterTimerWrapper::GetTick(std::uint64_t* tick) { return inner_->GetTick(tick); }
+VolmResult HighResDriverCounterTimerWrapper::GetTick(std::uint64_t* tick) {
+  return inner_->GetTick(tick);
+}
 
 VolmResult HighResDriverCounterTimerWrapper::SpinTick(std::uint64_t ticks) {
   return inner_->SpinTick(ticks);

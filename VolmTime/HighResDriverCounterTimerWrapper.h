@@ -13,7 +13,8 @@ namespace VolmTime {
 class HighResDriverCounterTimerWrapper : public CVolmUnknownImpl1<IHighResolutionCounter2> {
  public:
   // Both must be non-null (CVolmException otherwise).
-  HighResDriverCounterTimerWrapper(IHighResolutionCounter2* inner, ICorrectionFunction2* correction);
+  HighResDriverCounterTimerWrapper(IHighResolutionCounter2* inner,
+                                   ICorrectionFunction2* correction);
   ~HighResDriverCounterTimerWrapper() override;
 
   VolmResult GetName(IVolmWideCharString** name) override;

@@ -7,7 +7,8 @@
 
 #include "VolmTime/ICorrectionFunction2.h"
 
-class IPiecewiseLinearCorrection2 : public IPiecewiseLinearCorrection, public ICorrectionFunction2 {};
+class IPiecewiseLinearCorrection2 : public IPiecewiseLinearCorrection,
+                                    public ICorrectionFunction2 {};
 
 template <>
 struct VolmInterfaceId<IPiecewiseLinearCorrection> {

@@ -6,6 +6,7 @@ namespace VolmTime {
 
 PiecewiseLinearCorrectionFunctionLocal::PiecewiseLinearCorrectionFunctionLocal()
     : PiecewiseLinearCorrectionFunction(
-          std::make_unique<Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>>()) {}
+          std::make_unique<
+              Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>>()) {}
 
 }  // namespace VolmTime

@@ -32,7 +32,8 @@ PiecewiseLinearCorrectionFunctionSharedMemory::~PiecewiseLinearCorrectionFunctio
   DestroyCore();
 }
 
-void PiecewiseLinearCorrectionFunctionSharedMemory::BindToFactory(IVolmTimeFactoryCallback* callback) noexcept {
+void PiecewiseLinearCorrectionFunctionSharedMemory::BindToFactory(
+    IVolmTimeFactoryCallback* callback) noexcept {
   std::lock_guard lock(ModuleLock());
   callback_ = callback;
   sharedCore_->SetListener(this);
@@ -43,7 +44,9 @@ void PiecewiseLinearCorrectionFunctionSharedMemory::UnbindFromFactory() noexcept
   callback_ = nullptr;
 }
 
-bool PiecewiseLinearCorrectionFunctionSharedMemory::TryAddRef() noexcept { return TryAddReference(); }
+bool PiecewiseLinearCorrectionFunctionSharedMemory::TryAddRef() noexcept {
+  return TryAddReference();
+}
 
 void PiecewiseLinearCorrectionFunctionSharedMemory::OnCorrectionFunctionDestroyed(
     CorePiecewiseLinear64* /*function*/) {

@@ -33,7 +33,8 @@ class PiecewiseLinearCorrectionFunctionSharedMemory
   void OnCorrectionFunctionDestroyed(CorePiecewiseLinear64* function) override;
 
  private:
-  using SharedCore = Core::PiecewiseLinearCorrectionFunctionSharedMemory<std::uint64_t, std::uint64_t>;
+  using SharedCore =
+      Core::PiecewiseLinearCorrectionFunctionSharedMemory<std::uint64_t, std::uint64_t>;
   explicit PiecewiseLinearCorrectionFunctionSharedMemory(std::unique_ptr<SharedCore> core) noexcept;
   static std::unique_ptr<SharedCore> MakeCore(const std::string& name, bool isWriter);
 

@@ -20,12 +20,14 @@ bool IsUsableRate(double rate) noexcept { return rate > 0.0 && !std::isinf(rate)
 
 }  // namespace
 
-SynchronizedClock::SynchronizedClock(IHighResolutionCounter2* counter, ICorrectionFunction* correction,
-                                     bool isSystemTime) noexcept
+SynchronizedClock::SynchronizedClock(IHighResolutionCounter2* counter,
+                                     ICorrectionFunction* correction, bool isSystemTime) noexcept
     : counter_(counter), correction_(correction), isSystemTime_(isSystemTime) {
   if (counter_) counter_->GetCoreCounter(&coreCounter_);
   CVolmPtr<ICorrectionFunction2> withCore;
-  if (correction_ && VolmSucceeded(correction_->QueryInterface(VolmIds().correctionFunction, withCore.PutVoid())) &&
+  if (correction_ &&
+      VolmSucceeded(
+          correction_->QueryInterface(VolmIds().correctionFunction, withCore.PutVoid())) &&
       withCore) {
     withCore->GetCoreFunction(&coreFunction_);
   }
@@ -59,7 +61,8 @@ VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
   try {
     CVolmPtr<IGetVolmError> source;
     CVolmPtr<IVolmError> error;
-    if (VolmSucceeded(correction_->QueryInterface(VolmIds().getVolmError, source.PutVoid())) && source) {
+    if (VolmSucceeded(correction_->QueryInterface(VolmIds().getVolmError, source.PutVoid())) &&
+        source) {
       source->GetError(error.Put());
     }
     return SetError(new CVolmError(error.Get()));
@@ -89,10 +92,11 @@ VolmResult SynchronizedClock::SleepTime(const std::uint64_t& duration) {
   const VolmResult rateResult = correction_->GetRate(&rate);
   if (VolmFailed(rateResult)) return rateResult;
   if (!IsUsableRate(rate)) {
-    return StoreNewError(*this, VOLM_E_FAIL,
-                         VOLM_TEXT("The clock's correction function has no usable rate (it must be a "
-                                   "finite number above 0), so the duration cannot be converted into "
-                                   "ticks."));
+    return StoreNewError(
+        *this, VOLM_E_FAIL,
+        VOLM_TEXT("The clock's correction function has no usable rate (it must be a "
+                  "finite number above 0), so the duration cannot be converted into "
+                  "ticks."));
   }
   const std::uint64_t ticks = Core::TruncateToUint64(Core::ToDouble(duration) / rate);
   return duration <= kLongestSpin ? counter_->SpinTick(ticks) : counter_->SleepTick(ticks);
@@ -116,8 +120,9 @@ VolmResult SynchronizedClock::CreateTimer(IWaitableTimer** timer) {
     CVolmPtr<IWaitableTickTimer> tickTimer;
     ThrowIfFailed(counter_.Get(), counter_->CreateTickTimer(tickTimer.Put()), kCreateTickTimerCall);
     if (!tickTimer) {
-      throw CVolmException(VOLM_E_FAIL, VOLM_TEXT("The clock's counter makes no tick timers, so the clock "
-                                                  "cannot make a timer."));
+      throw CVolmException(VOLM_E_FAIL,
+                           VOLM_TEXT("The clock's counter makes no tick timers, so the clock "
+                                     "cannot make a timer."));
     }
     CVolmPtr<WaitableTimer> made(new WaitableTimer(correction_.Get(), tickTimer.Get()));
     if (timer != nullptr) *timer = made.Detach();

@@ -149,7 +149,8 @@ VolmResult VolmTimeFactory::CreateWaitForEvents(IWaitForEvents** waiter) {
 
 VolmResult VolmTimeFactory::CreateLocalCorrection(IPiecewiseLinearCorrection** function) {
   return ComponentBoundary(*this, [&] {
-    CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> made(new PiecewiseLinearCorrectionFunctionLocal);
+    CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> made(
+        new PiecewiseLinearCorrectionFunctionLocal);
     HandOut(made, function);
   });
 }

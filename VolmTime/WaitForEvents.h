@@ -16,8 +16,8 @@ namespace VolmTime {
 class WaitForEvents : public CVolmUnknownImpl1<IWaitForEvents> {
  public:
   // Always VOLM_S_OK with a non-null outcome: a failed wait shows as VOLM_WAIT_FAILED.
-  VolmResult Wait(const VolmHandle* handles, std::uint32_t count, bool waitAll, std::uint32_t timeoutMs,
-                  std::uint32_t* outcome) override;
+  VolmResult Wait(const VolmHandle* handles, std::uint32_t count, bool waitAll,
+                  std::uint32_t timeoutMs, std::uint32_t* outcome) override;
 
   VolmResult QueryOwnInterface(const VolmId& id, void** object) override;
 };

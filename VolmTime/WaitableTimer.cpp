@@ -25,7 +25,9 @@ constexpr VolmCallSite kCancelCall{kSourceFile, 111};
 template <typename Component>
 Component* Required(Component* component) {
   if (component == nullptr) {
-    throw CVolmException(VOLM_E_POINTER, VOLM_TEXT("A waitable timer needs a correction function and a tick timer."));
+    throw CVolmException(
+        VOLM_E_POINTER,
+        VOLM_TEXT("A waitable timer needs a correction function and a tick timer."));
   }
   return component;
 }
@@ -42,7 +44,8 @@ WaitableTimer::~WaitableTimer() {
 
 std::uint64_t WaitableTimer::DurationToTicks(std::uint64_t duration, std::int32_t rateLine) {
   double rate = 0.0;
-  ThrowIfFailed(correction_.Get(), correction_->GetRate(&rate), VolmCallSite{kSourceFile, rateLine});
+  ThrowIfFailed(correction_.Get(), correction_->GetRate(&rate),
+                VolmCallSite{kSourceFile, rateLine});
   // Dividing by such a rate gives no tick count worth arming a timer with.
   if (!(rate > 0.0) || std::isinf(rate)) {
     throw CVolmException(VOLM_E_FAIL,
@@ -90,9 +93,8 @@ VolmResult WaitableTimer::SetPeriodic(const std::uint64_t& period) {
 }
 
 VolmResult WaitableTimer::Cancel() {
-  return ComponentBoundary(*this, [&] {
-    ThrowIfFailed(tickTimer_.Get(), tickTimer_->Cancel(), kCancelCall);
-  });
+  return ComponentBoundary(
+      *this, [&] { ThrowIfFailed(tickTimer_.Get(), tickTimer_->Cancel(), kCancelCall); });
 }
 
 VolmResult WaitableTimer::QueryOwnInterface(const VolmId& id, void** object) {

@@ -10,7 +10,8 @@ namespace {
 template <typename Component>
 Component* Required(Component* component) {
   if (component == nullptr) {
-    throw CVolmException(VOLM_E_POINTER, VOLM_TEXT("A tick timer needs a counter and a correction function."));
+    throw CVolmException(VOLM_E_POINTER,
+                         VOLM_TEXT("A tick timer needs a counter and a correction function."));
   }
   return component;
 }
@@ -34,7 +35,8 @@ WindowsWaitableTickTimer::WindowsWaitableTickTimer(IHighResolutionCounter2* coun
                                                    Core::ITickTimerPlatform& platform)
     : counter_(Required(counter)),
       correction_(Required(correction)),
-      core_(std::make_unique<CoreTimer>(CoreCounterOf(*counter_), CoreFunctionOf(*correction_), platform)) {}
+      core_(std::make_unique<CoreTimer>(CoreCounterOf(*counter_), CoreFunctionOf(*correction_),
+                                        platform)) {}
 
 // The core timer borrows the cores of the two components, so it goes first.
 WindowsWaitableTickTimer::~WindowsWaitableTickTimer() { core_.reset(); }

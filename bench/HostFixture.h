@@ -6,8 +6,8 @@
 
 #include "tools/common/DynamicLibrary.h"
 
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 // Process-wide: loaded once, released at exit.

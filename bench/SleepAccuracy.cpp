@@ -31,7 +31,8 @@ void MeasureSleep(benchmark::State& state, Sleep&& sleep) {
     for (int round = 0; round < kRounds; ++round) {
       const auto start = Clock::now();
       sleep(requested);
-      lateness.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start - requested).count());
+      lateness.push_back(
+          std::chrono::duration<double, std::micro>(Clock::now() - start - requested).count());
     }
   }
   Report(state, lateness);
@@ -49,7 +50,8 @@ void SleepTime(benchmark::State& state) {
 BENCHMARK(SleepTime)->Arg(1)->Arg(5)->Arg(20)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void StdSleepFor(benchmark::State& state) {
-  MeasureSleep(state, [](std::chrono::milliseconds duration) { std::this_thread::sleep_for(duration); });
+  MeasureSleep(state,
+               [](std::chrono::milliseconds duration) { std::this_thread::sleep_for(duration); });
 }
 BENCHMARK(StdSleepFor)->Arg(1)->Arg(5)->Arg(20)->Iterations(1)->Unit(benchmark::kMillisecond);
 
@@ -76,7 +78,8 @@ void PeriodicTimerJitter(benchmark::State& state) {
     for (int round = 0; round < kRounds * 2; ++round) {
       timer->Wait(VOLM_INFINITE, &outcome);
       const auto now = Clock::now();
-      jitter.push_back(std::abs(std::chrono::duration<double, std::micro>(now - previous - period).count()));
+      jitter.push_back(
+          std::abs(std::chrono::duration<double, std::micro>(now - previous - period).count()));
       previous = now;
     }
     timer->Cancel();

@@ -76,7 +76,8 @@ IPiecewiseLinearCorrection* SharedFunction(const std::string& name, std::uint64_
   counter->GetTick(&now);
   counter->Release();
   // One millisecond apart, or closer on a machine that has not run that long yet.
-  const std::uint64_t step = std::max<std::uint64_t>(1, std::min(frequency / 1000, now / (samples + 2)));
+  const std::uint64_t step =
+      std::max<std::uint64_t>(1, std::min(frequency / 1000, now / (samples + 2)));
   const double rate = 10'000'000.0 / static_cast<double>(frequency);
   for (std::uint64_t i = 0; i < samples; ++i) {
     const std::uint64_t tick = now - (samples - i) * step;
@@ -115,7 +116,8 @@ void EvaluateFullStore(benchmark::State& state, bool spread) {
   // Ticks through the whole history, or all in the latest segment.
   std::vector<std::uint64_t> ticks(4096);
   std::mt19937_64 random(7);
-  const std::uint64_t step = std::max<std::uint64_t>(1, std::min(frequency / 1000, now / (kFullStore + 2)));
+  const std::uint64_t step =
+      std::max<std::uint64_t>(1, std::min(frequency / 1000, now / (kFullStore + 2)));
   const std::uint64_t span = (kFullStore - 2) * step;
   for (auto& tick : ticks) tick = spread ? now - step - random() % span : now + random() % 1000;
   std::size_t next = 0;

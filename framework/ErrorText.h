@@ -24,7 +24,6 @@ void TerminateSentence(WideString& text);
 
 // The platform's sentence for `code`, then, when `sourceFile` is not null,
 // "[<sourceFile>, line <line>]" after the sentence end.
-void ComposeErrorText(VolmResult code, const char* sourceFile, std::int32_t line,
-                      WideString& text);
+void ComposeErrorText(VolmResult code, const char* sourceFile, std::int32_t line, WideString& text);
 
 #endif  // FRAMEWORK_ERRORTEXT_H

@@ -27,8 +27,7 @@ template <typename Interface>
 void ThrowIfFailed(Interface* inner, VolmResult result, const VolmCallSite& site) {
   if (VolmSucceeded(result)) return;
   void* errorSource = nullptr;
-  if (inner == nullptr ||
-      VolmFailed(inner->QueryInterface(VolmIds().getVolmError, &errorSource))) {
+  if (inner == nullptr || VolmFailed(inner->QueryInterface(VolmIds().getVolmError, &errorSource))) {
     errorSource = nullptr;
   }
   ThrowFailure(static_cast<IGetVolmError*>(errorSource), result, site);

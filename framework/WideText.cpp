@@ -5,7 +5,8 @@
 WideString WidenBytes(std::string_view bytes) {
   WideString wide;
   wide.reserve(bytes.size());
-  for (const char byte : bytes) wide.push_back(static_cast<VolmWideChar>(static_cast<unsigned char>(byte)));
+  for (const char byte : bytes)
+    wide.push_back(static_cast<VolmWideChar>(static_cast<unsigned char>(byte)));
   return wide;
 }
 
@@ -13,7 +14,8 @@ std::string NarrowToLowBytes(WideStringView text) {
   std::string narrow;
   narrow.reserve(text.size());
   for (const VolmWideChar unit : text) {
-    narrow.push_back(static_cast<char>(static_cast<unsigned char>(static_cast<unsigned>(unit) & 0xFFu)));
+    narrow.push_back(
+        static_cast<char>(static_cast<unsigned char>(static_cast<unsigned>(unit) & 0xFFu)));
   }
   return narrow;
 }

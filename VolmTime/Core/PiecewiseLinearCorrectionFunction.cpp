@@ -38,13 +38,14 @@ struct ReadableSequence {
 // The view of one Publish, or nothing while the header is caught between two of them.
 std::optional<ReadableSequence> ReadSequence(const SampleStore& store) noexcept {
   const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
-  const std::uint64_t countAndFlags = LoadShared(store.header.countAndFlags, std::memory_order_acquire);
+  const std::uint64_t countAndFlags =
+      LoadShared(store.header.countAndFlags, std::memory_order_acquire);
   const std::uint32_t count = CountOf(countAndFlags);
   const std::uint32_t flags = FlagsOf(countAndFlags);
   const std::uint32_t stamp = StampOfFlags(flags);
   if (StampOfLatestSlot(latestSlot) != stamp) return std::nullopt;
-  ReadableSequence sequence{&store, 0, 0, latestSlot & kLatestSlotMask, (flags & kFlagLatestValid) == 0,
-                            stamp};
+  ReadableSequence sequence{
+      &store, 0, 0, latestSlot & kLatestSlotMask, (flags & kFlagLatestValid) == 0, stamp};
   if (sequence.empty) return sequence;
   const std::uint32_t last = HistoryIndex(std::uint64_t{count} + kHistoryCapacity - 1);
   if ((flags & kFlagFull) != 0) {
@@ -101,9 +102,11 @@ auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
 std::optional<CorrectionSample> LatestSegmentFor(const SampleStore& store, std::uint64_t key,
                                                  bool byTick) noexcept {
   const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
-  const std::uint32_t flags = FlagsOf(LoadShared(store.header.countAndFlags, std::memory_order_acquire));
+  const std::uint32_t flags =
+      FlagsOf(LoadShared(store.header.countAndFlags, std::memory_order_acquire));
   const std::uint32_t stamp = StampOfFlags(flags);
-  if ((flags & kFlagLatestValid) == 0 || StampOfLatestSlot(latestSlot) != stamp) return std::nullopt;
+  if ((flags & kFlagLatestValid) == 0 || StampOfLatestSlot(latestSlot) != stamp)
+    return std::nullopt;
   const CorrectionSample latest = LoadSample(store.latestRing[latestSlot & kLatestSlotMask]);
   if ((byTick ? latest.tick : latest.time) > key || latest.rate == 0.0) return std::nullopt;
   const std::uint32_t now = LoadShared(store.header.appendGeneration, std::memory_order_acquire);
@@ -148,8 +151,9 @@ Time PiecewiseLinearCorrectionFunction<Tick, Time>::TickToTime(Tick tick) const 
   if (const std::optional<CorrectionSample> latest = LatestSegmentFor(*store_, tick, true)) {
     return latest->time + TruncateToUint64(ToDouble(tick - latest->tick) * latest->rate);
   }
-  const CorrectionSample segment = ReadConsistently(
-      *store_, [&](const ReadableSequence& sequence) { return FindSegmentIn(sequence, true, tick); });
+  const CorrectionSample segment = ReadConsistently(*store_, [&](const ReadableSequence& sequence) {
+    return FindSegmentIn(sequence, true, tick);
+  });
   return segment.time + TruncateToUint64(ToDouble(tick - segment.tick) * segment.rate);
 }
 
@@ -158,8 +162,9 @@ Tick PiecewiseLinearCorrectionFunction<Tick, Time>::TimeToTick(Time time) const 
   if (const std::optional<CorrectionSample> latest = LatestSegmentFor(*store_, time, false)) {
     return latest->tick + TruncateToUint64(ToDouble(time - latest->time) / latest->rate);
   }
-  const CorrectionSample segment = ReadConsistently(
-      *store_, [&](const ReadableSequence& sequence) { return FindSegmentIn(sequence, false, time); });
+  const CorrectionSample segment = ReadConsistently(*store_, [&](const ReadableSequence& sequence) {
+    return FindSegmentIn(sequence, false, time);
+  });
   return segment.tick + TruncateToUint64(ToDouble(time - segment.time) / segment.rate);
 }
 
@@ -195,7 +200,8 @@ void PiecewiseLinearCorrectionFunction<Tick, Time>::AddSample(const CorrectionSa
   if (sample.time <= previous.time) Fail(VOLM_TEXT("Time must be increasing"));
   // Raised before the overwrites below, which are release stores: a reader that sees one
   // of them sees the new generation too.
-  std::atomic_ref<std::uint32_t>(store_->header.appendGeneration).fetch_add(1, std::memory_order_relaxed);
+  std::atomic_ref<std::uint32_t>(store_->header.appendGeneration)
+      .fetch_add(1, std::memory_order_relaxed);
   if (hasLatest_) {
     StoreSample(store_->history[HistoryIndex(committedCount_)], previous);
     ++committedCount_;
@@ -232,8 +238,8 @@ void PiecewiseLinearCorrectionFunction<Tick, Time>::Publish() {
   RequireWriter();
   const std::uint32_t stamp =
       LoadShared(store_->header.appendGeneration, std::memory_order_relaxed) & kPublishStampMask;
-  const std::uint32_t flags = (full_ ? kFlagFull : 0u) | (hasLatest_ ? kFlagLatestValid : 0u) |
-                              (stamp << kFlagsStampShift);
+  const std::uint32_t flags =
+      (full_ ? kFlagFull : 0u) | (hasLatest_ ? kFlagLatestValid : 0u) | (stamp << kFlagsStampShift);
   StoreShared(store_->header.countAndFlags,
               PackCountAndFlags(static_cast<std::uint32_t>(committedCount_), flags),
               std::memory_order_release);

@@ -10,7 +10,8 @@
 namespace VolmTime::Core {
 
 template <typename Tick, typename Time>
-class PiecewiseLinearCorrectionFunctionLocal : public PiecewiseLinearCorrectionFunction<Tick, Time> {
+class PiecewiseLinearCorrectionFunctionLocal
+    : public PiecewiseLinearCorrectionFunction<Tick, Time> {
  public:
   // Allocates the 12 MB store (std::bad_alloc when memory runs out) and publishes an empty
   // function.

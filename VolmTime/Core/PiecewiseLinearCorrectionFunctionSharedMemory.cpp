@@ -55,13 +55,15 @@ Platform::SharedMemoryMapping PiecewiseLinearCorrectionFunctionSharedMemory<Tick
 }
 
 template <typename Tick, typename Time>
-PiecewiseLinearCorrectionFunctionSharedMemory<Tick, Time>::PiecewiseLinearCorrectionFunctionSharedMemory(
-    const std::string& name, bool isWriter)
+PiecewiseLinearCorrectionFunctionSharedMemory<
+    Tick, Time>::PiecewiseLinearCorrectionFunctionSharedMemory(const std::string& name,
+                                                               bool isWriter)
     : PiecewiseLinearCorrectionFunction<Tick, Time>(isWriter),
       mapping_(Map(name, isWriter)),
       name_(name) {
   auto* store = static_cast<SampleStore*>(mapping_.Address());
-  if (!isWriter && LoadShared(store->header.version, std::memory_order_acquire) != kSampleStoreVersion) {
+  if (!isWriter &&
+      LoadShared(store->header.version, std::memory_order_acquire) != kSampleStoreVersion) {
     throw CException(VOLM_TEXT("Memory layout version mismatch."));
   }
   this->AttachStore(store);
@@ -69,7 +71,8 @@ PiecewiseLinearCorrectionFunctionSharedMemory<Tick, Time>::PiecewiseLinearCorrec
 }
 
 template <typename Tick, typename Time>
-PiecewiseLinearCorrectionFunctionSharedMemory<Tick, Time>::~PiecewiseLinearCorrectionFunctionSharedMemory() {
+PiecewiseLinearCorrectionFunctionSharedMemory<
+    Tick, Time>::~PiecewiseLinearCorrectionFunctionSharedMemory() {
   if (listener_ != nullptr) listener_->OnCorrectionFunctionDestroyed(this);
 }
 

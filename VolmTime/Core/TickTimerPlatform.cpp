@@ -13,8 +13,11 @@ class SystemPlatform final : public ITickTimerPlatform {
   Platform::UniqueHandle CreateAutoResetTimer() override {
     return Platform::CreateWaitableTimer(false);
   }
-  Platform::UniqueHandle CreateAutoResetEvent() override { return Platform::CreateAutoResetEvent(); }
-  bool ArmTimer(Platform::NativeHandle timer, std::int64_t dueTime, std::int32_t periodMs) override {
+  Platform::UniqueHandle CreateAutoResetEvent() override {
+    return Platform::CreateAutoResetEvent();
+  }
+  bool ArmTimer(Platform::NativeHandle timer, std::int64_t dueTime,
+                std::int32_t periodMs) override {
     return Platform::ArmWaitableTimer(timer, dueTime, periodMs);
   }
   bool CancelTimer(Platform::NativeHandle timer) override {

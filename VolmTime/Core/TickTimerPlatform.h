@@ -14,7 +14,8 @@ class ITickTimerPlatform {
   virtual ~ITickTimerPlatform() = default;
   [[nodiscard]] virtual Platform::UniqueHandle CreateAutoResetTimer() = 0;
   [[nodiscard]] virtual Platform::UniqueHandle CreateAutoResetEvent() = 0;
-  virtual bool ArmTimer(Platform::NativeHandle timer, std::int64_t dueTime, std::int32_t periodMs) = 0;
+  virtual bool ArmTimer(Platform::NativeHandle timer, std::int64_t dueTime,
+                        std::int32_t periodMs) = 0;
   virtual bool CancelTimer(Platform::NativeHandle timer) = 0;
   virtual bool SetEvent(Platform::NativeHandle event) = 0;
   virtual bool ResetEvent(Platform::NativeHandle event) = 0;

@@ -35,29 +35,35 @@ std::int64_t SleepDueTime(std::uint64_t ticks, std::uint64_t frequency) noexcept
   // division so the product never exceeds the range.
   const std::uint64_t wholeSeconds = ticks / frequency;
   const std::uint64_t remainder = ticks % frequency;
-  constexpr std::uint64_t kLongest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-  if (wholeSeconds > kLongest / Platform::kTimeUnitsPerSecond) return -std::numeric_limits<std::int64_t>::max();
-  constexpr std::uint64_t kExactLimit = std::numeric_limits<std::uint64_t>::max() / Platform::kTimeUnitsPerSecond;
+  constexpr std::uint64_t kLongest =
+      static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  if (wholeSeconds > kLongest / Platform::kTimeUnitsPerSecond)
+    return -std::numeric_limits<std::int64_t>::max();
+  constexpr std::uint64_t kExactLimit =
+      std::numeric_limits<std::uint64_t>::max() / Platform::kTimeUnitsPerSecond;
   // The remainder is below the frequency, so its product fits for every real counter; a
   // counter above 1.8 THz would fall back to long double.
   const std::uint64_t fraction =
-      remainder <= kExactLimit
-          ? remainder * Platform::kTimeUnitsPerSecond / frequency
-          : static_cast<std::uint64_t>(static_cast<long double>(remainder) * Platform::kTimeUnitsPerSecond /
-                                       static_cast<long double>(frequency));
+      remainder <= kExactLimit ? remainder * Platform::kTimeUnitsPerSecond / frequency
+                               : static_cast<std::uint64_t>(static_cast<long double>(remainder) *
+                                                            Platform::kTimeUnitsPerSecond /
+                                                            static_cast<long double>(frequency));
   const std::uint64_t units = wholeSeconds * Platform::kTimeUnitsPerSecond + fraction;
-  return units > kLongest ? -std::numeric_limits<std::int64_t>::max() : -static_cast<std::int64_t>(units);
+  return units > kLongest ? -std::numeric_limits<std::int64_t>::max()
+                          : -static_cast<std::int64_t>(units);
 }
 
 WindowsCounter::WindowsCounter() {
   if (!Platform::ReadTickFrequency(frequency_) || frequency_ == 0) {
-    Fail(VOLM_TEXT("VolmTime::Core::WindowsCounter::WindowsCounter failed. Reason: calling QPC failed."));
+    Fail(VOLM_TEXT(
+        "VolmTime::Core::WindowsCounter::WindowsCounter failed. Reason: calling QPC failed."));
   }
   name_ = VOLM_TEXT("QPC timer");
 }
 
 std::unique_ptr<IWaitableTickTimer> WindowsCounter::CreateTickTimer() {
-  Fail(VOLM_TEXT("VolmTime::Core::WindowsCounter::CreateTickTimer failed. Reason: Cannot create timer."));
+  Fail(VOLM_TEXT(
+      "VolmTime::Core::WindowsCounter::CreateTickTimer failed. Reason: Cannot create timer."));
 }
 
 std::uint64_t WindowsCounter::GetTick() const { return ReadTickOrThrow(); }
@@ -67,16 +73,19 @@ void WindowsCounter::SleepTick(std::uint64_t ticks) {
   const std::uint64_t target = start + ticks;
   // The timer wakes the thread a little early and the yield loop below finishes the wait:
   // the platform wakes a sleeper tens of microseconds late, the counter is exact.
-  const std::int64_t dueTime = std::min<std::int64_t>(SleepDueTime(ticks, frequency_) + kEarlyWakeUnits, 0);
+  const std::int64_t dueTime =
+      std::min<std::int64_t>(SleepDueTime(ticks, frequency_) + kEarlyWakeUnits, 0);
   Platform::UniqueHandle timer = Platform::CreateWaitableTimer(true);
   if (!timer) {
-    Fail(VOLM_TEXT("VolmTime::Core::WindowsCounter::SleepTick failed. Reason: Cannot create timer."));
+    Fail(VOLM_TEXT(
+        "VolmTime::Core::WindowsCounter::SleepTick failed. Reason: Cannot create timer."));
   }
   if (!Platform::ArmWaitableTimer(timer.Get(), dueTime, 0)) {
     Fail(VOLM_TEXT("VolmTime::Core::WindowsCounter::SleepTick failed. Reason: Cannot set timer."));
   }
   if (Platform::WaitForOne(timer.Get(), Platform::kInfinite) != Platform::kWaitObject0) {
-    Fail(VOLM_TEXT("VolmTime::Core::WindowsCounter::SleepTick failed. Reason: Waiting for timer failed."));
+    Fail(VOLM_TEXT(
+        "VolmTime::Core::WindowsCounter::SleepTick failed. Reason: Waiting for timer failed."));
   }
   timer.Reset();
   // The timer's truncated due time can end a little early; the counter decides.

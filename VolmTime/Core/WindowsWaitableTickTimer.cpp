@@ -7,7 +7,8 @@
 
 namespace VolmTime::Core {
 
-WaitableTickTimerBase::WaitableTickTimerBase(Platform::UniqueHandle timer, IHighResolutionCounter* counter)
+WaitableTickTimerBase::WaitableTickTimerBase(Platform::UniqueHandle timer,
+                                             IHighResolutionCounter* counter)
     : timer_(std::move(timer)), counter_(counter), name_(VOLM_TEXT("WindowsWaitableTimer")) {}
 
 Platform::NativeHandle WaitableTickTimerBase::GetHandle() const {
@@ -16,9 +17,9 @@ Platform::NativeHandle WaitableTickTimerBase::GetHandle() const {
 }
 
 template <typename Tick, typename Time>
-WindowsWaitableTickTimer<Tick, Time>::WindowsWaitableTickTimer(IHighResolutionCounter* counter,
-                                                               ICorrectionFunction<Tick, Time>* correction,
-                                                               ITickTimerPlatform& platform)
+WindowsWaitableTickTimer<Tick, Time>::WindowsWaitableTickTimer(
+    IHighResolutionCounter* counter, ICorrectionFunction<Tick, Time>* correction,
+    ITickTimerPlatform& platform)
     : WaitableTickTimerBase(platform.CreateAutoResetTimer(), counter),
       correction_(correction),
       platform_(platform),

@@ -33,7 +33,8 @@ class WindowsWaitableTickTimer : public WaitableTickTimerBase {
   // Both pointers are borrowed and must outlive the timer. `correction` maps ticks to the
   // system time (100-ns units since 1601). Creation failures are not thrown here: a missing
   // timer shows at GetHandle.
-  WindowsWaitableTickTimer(IHighResolutionCounter* counter, ICorrectionFunction<Tick, Time>* correction,
+  WindowsWaitableTickTimer(IHighResolutionCounter* counter,
+                           ICorrectionFunction<Tick, Time>* correction,
                            ITickTimerPlatform& platform = SystemTickTimerPlatform());
 
   [[nodiscard]] std::int32_t Wait(std::uint32_t timeoutMs) override;

@@ -30,8 +30,9 @@ TEST(ModuleEntry, FailedConstructionLeavesNoLockHeldAndNothingAlive) {
     CreateFactoryInstance(VolmIds().timeFactoryClass, &object);
     FAIL() << "the factory was built without a counter frequency";
   } catch (const VolmTime::Core::CException& failure) {
-    EXPECT_STREQ(failure.what(),
-                 "VolmTime::Core::WindowsCounter::WindowsCounter failed. Reason: calling QPC failed.");
+    EXPECT_STREQ(
+        failure.what(),
+        "VolmTime::Core::WindowsCounter::WindowsCounter failed. Reason: calling QPC failed.");
   }
   EXPECT_EQ(object, reinterpret_cast<void*>(0x1));
   EXPECT_EQ(GetLiveObjectCount(), live);
@@ -67,11 +68,13 @@ TEST(ModuleEntry, DyingFactoryIsReplacedNotHandedOut) {
     void* second = nullptr;
     ASSERT_EQ(CreateFactoryInstance(VolmIds().timeFactoryClass, &second), VOLM_S_OK);
     EXPECT_NE(second, static_cast<void*>(first));
-    EXPECT_EQ(VolmTime::FactorySlot(), static_cast<VolmTime::VolmTimeFactory*>(static_cast<IVolmTimeFactory*>(second)));
+    EXPECT_EQ(VolmTime::FactorySlot(),
+              static_cast<VolmTime::VolmTimeFactory*>(static_cast<IVolmTimeFactory*>(second)));
     lock.unlock();
     releaser.join();
     // The dying factory left the new one in the slot.
-    EXPECT_EQ(VolmTime::FactorySlot(), static_cast<VolmTime::VolmTimeFactory*>(static_cast<IVolmTimeFactory*>(second)));
+    EXPECT_EQ(VolmTime::FactorySlot(),
+              static_cast<VolmTime::VolmTimeFactory*>(static_cast<IVolmTimeFactory*>(second)));
     static_cast<IVolmTimeFactory*>(second)->AddRef();
     static_cast<IVolmTimeFactory*>(second)->Release();
   }

@@ -29,8 +29,10 @@ class NamedClocks : public ::testing::Test {
   void SetUp() override {
     factory_ = new VolmTimeFactory;
     CVolmPtr<IVolmTimeFactoryAdvanced> advanced;
-    ASSERT_EQ(factory_->QueryInterface(VolmIds().timeFactoryAdvanced, advanced.PutVoid()), VOLM_S_OK);
-    ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(name_).c_str(), writer_.Put()), VOLM_S_OK);
+    ASSERT_EQ(factory_->QueryInterface(VolmIds().timeFactoryAdvanced, advanced.PutVoid()),
+              VOLM_S_OK);
+    ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(name_).c_str(), writer_.Put()),
+              VOLM_S_OK);
     writer_->AddSample(1, 1.0, 1);
     writer_->Publish();
   }
@@ -93,7 +95,9 @@ TEST_F(NamedClocks, MissingStoreFailsAndLeavesTheOutParameter) {
   IClock* clock = reinterpret_cast<IClock*>(0x1);
   EXPECT_EQ(factory_->CreateSynchronizedClock(Wide(missing).c_str(), &clock), VOLM_E_FAIL);
   EXPECT_EQ(clock, reinterpret_cast<IClock*>(0x1));
-  EXPECT_EQ(LastErrorText(factory_.Get()).rfind("The shared memory >" + missing + "< is not available (", 0), 0u);
+  EXPECT_EQ(LastErrorText(factory_.Get())
+                .rfind("The shared memory >" + missing + "< is not available (", 0),
+            0u);
   // A success afterwards clears the factory's error.
   CVolmPtr<IClock> good;
   EXPECT_EQ(factory_->CreateSynchronizedClock(Wide(name_).c_str(), good.Put()), VOLM_S_OK);
@@ -106,7 +110,8 @@ TEST_F(NamedClocks, NamesDifferingInCaseAreDifferentStores) {
   CVolmPtr<IVolmTimeFactoryAdvanced> advanced;
   factory_->QueryInterface(VolmIds().timeFactoryAdvanced, advanced.PutVoid());
   CVolmPtr<IPiecewiseLinearCorrection> upperWriter;
-  ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(upper).c_str(), upperWriter.Put()), VOLM_S_OK);
+  ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(upper).c_str(), upperWriter.Put()),
+            VOLM_S_OK);
   CVolmPtr<IClock> clock;
   EXPECT_EQ(factory_->CreateSynchronizedClock(Wide(lower).c_str(), clock.Put()), VOLM_E_FAIL);
   EXPECT_EQ(factory_->CreateSynchronizedClock(Wide(upper).c_str(), clock.Put()), VOLM_S_OK);
@@ -118,13 +123,15 @@ TEST_F(NamedClocks, WideNamesAreNarrowedToTheirLowBytes) {
   CVolmPtr<IVolmTimeFactoryAdvanced> advanced;
   factory_->QueryInterface(VolmIds().timeFactoryAdvanced, advanced.PutVoid());
   CVolmPtr<IPiecewiseLinearCorrection> narrowWriter;
-  ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(narrowName).c_str(), narrowWriter.Put()), VOLM_S_OK);
+  ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(narrowName).c_str(), narrowWriter.Put()),
+            VOLM_S_OK);
   WideString wideName = Wide(name_);
   wideName.push_back(static_cast<VolmWideChar>(0x0141));
   CVolmPtr<IClock> viaWide;
   CVolmPtr<IClock> viaNarrow;
   ASSERT_EQ(factory_->CreateSynchronizedClock(wideName.c_str(), viaWide.Put()), VOLM_S_OK);
-  ASSERT_EQ(factory_->CreateSynchronizedClock(Wide(narrowName).c_str(), viaNarrow.Put()), VOLM_S_OK);
+  ASSERT_EQ(factory_->CreateSynchronizedClock(Wide(narrowName).c_str(), viaNarrow.Put()),
+            VOLM_S_OK);
   // Two map entries, two reader functions, one store.
   EXPECT_NE(CorrectionOf(viaWide.Get()).Get(), CorrectionOf(viaNarrow.Get()).Get());
 }

@@ -25,7 +25,8 @@ class PiecewiseLinearComponent : public ::testing::Test {
 };
 
 TEST_F(PiecewiseLinearComponent, FailureLeavesTheOutValueAndStoresTheCoreMessage) {
-  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> function(new PiecewiseLinearCorrectionFunctionLocal);
+  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> function(
+      new PiecewiseLinearCorrectionFunctionLocal);
   std::uint64_t time = 77;
   EXPECT_EQ(function->TickToTime(5, &time), VOLM_E_FAIL);
   EXPECT_EQ(time, 77u);
@@ -39,7 +40,8 @@ TEST_F(PiecewiseLinearComponent, FailureLeavesTheOutValueAndStoresTheCoreMessage
 }
 
 TEST_F(PiecewiseLinearComponent, CorrectionFunctionViewCarriesTheCore) {
-  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> function(new PiecewiseLinearCorrectionFunctionLocal);
+  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> function(
+      new PiecewiseLinearCorrectionFunctionLocal);
   function->AddSample(100, 2.0, 1000);
   function->Publish();
   void* asCorrection = nullptr;
@@ -47,11 +49,13 @@ TEST_F(PiecewiseLinearComponent, CorrectionFunctionViewCarriesTheCore) {
   CVolmPtr<ICorrectionFunction2> view;
   view.Attach(static_cast<ICorrectionFunction2*>(asCorrection));
   // Not the primary pointer: the view that also hands out the core.
-  EXPECT_NE(asCorrection, static_cast<void*>(static_cast<IPiecewiseLinearCorrection*>(function.Get())));
+  EXPECT_NE(asCorrection,
+            static_cast<void*>(static_cast<IPiecewiseLinearCorrection*>(function.Get())));
   std::uint64_t viaView = 0;
   std::uint64_t viaPrimary = 0;
   EXPECT_EQ(view->TickToTime(130, &viaView), VOLM_S_OK);
-  EXPECT_EQ(static_cast<IPiecewiseLinearCorrection*>(function.Get())->TickToTime(130, &viaPrimary), VOLM_S_OK);
+  EXPECT_EQ(static_cast<IPiecewiseLinearCorrection*>(function.Get())->TickToTime(130, &viaPrimary),
+            VOLM_S_OK);
   EXPECT_EQ(viaView, 1060u);
   EXPECT_EQ(viaView, viaPrimary);
   VolmTime::Core::CorrectionFunction64* core = nullptr;
@@ -66,7 +70,8 @@ TEST_F(PiecewiseLinearComponent, CorrectionFunctionViewCarriesTheCore) {
 }
 
 TEST_F(PiecewiseLinearComponent, NullOutPointersAreRefused) {
-  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> function(new PiecewiseLinearCorrectionFunctionLocal);
+  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> function(
+      new PiecewiseLinearCorrectionFunctionLocal);
   EXPECT_EQ(function->GetRate(nullptr), VOLM_E_POINTER);
   EXPECT_EQ(function->GetSampleCount(nullptr), VOLM_E_POINTER);
   EXPECT_EQ(function->TickToTime(1, nullptr), VOLM_E_POINTER);
@@ -99,7 +104,9 @@ TEST_F(PiecewiseLinearComponent, MissingStoreBecomesAVolmExceptionWithTheCoreMes
     FAIL() << "opened a store nobody created";
   } catch (const CVolmException& failure) {
     EXPECT_EQ(failure.Code(), VOLM_E_FAIL);
-    EXPECT_EQ(EncodeUtf8PerUnit(failure.Message()).rfind("The shared memory >" + name + "< is not available (", 0), 0u);
+    EXPECT_EQ(EncodeUtf8PerUnit(failure.Message())
+                  .rfind("The shared memory >" + name + "< is not available (", 0),
+              0u);
   }
 }
 
@@ -143,7 +150,8 @@ TEST_F(PiecewiseLinearComponent, BoundReaderTellsItsFactoryOnceWhenDestroyed) {
 }
 
 TEST_F(PiecewiseLinearComponent, DyingFunctionCannotBeRevived) {
-  auto* function = new PiecewiseLinearCorrectionFunctionSharedMemory(UniqueName("volm-revive"), true);
+  auto* function =
+      new PiecewiseLinearCorrectionFunctionSharedMemory(UniqueName("volm-revive"), true);
   function->AddRef();
   EXPECT_TRUE(function->TryAddRef());
   EXPECT_EQ(function->Release(), 1u);

@@ -3,9 +3,9 @@
 #include "../core/CounterDoubles.h"
 
 #include "VolmTime/Core/Platform/Event.h"
-#include "VolmTime/Core/TimerArithmetic.h"
 #include "VolmTime/Core/Platform/Timer.h"
 #include "VolmTime/Core/Platform/Wait.h"
+#include "VolmTime/Core/TimerArithmetic.h"
 #include "VolmTime/HighResDriverCounter.h"
 #include "VolmTime/LinearCorrectionFunction.h"
 #include "VolmTime/WaitableTimer.h"
@@ -23,16 +23,23 @@ using Core::Platform::NativeHandle;
 
 class ArmingRecorder : public Core::ITickTimerPlatform {
  public:
-  Core::Platform::UniqueHandle CreateAutoResetTimer() override { return Core::Platform::CreateWaitableTimer(false); }
-  Core::Platform::UniqueHandle CreateAutoResetEvent() override { return Core::Platform::CreateAutoResetEvent(); }
+  Core::Platform::UniqueHandle CreateAutoResetTimer() override {
+    return Core::Platform::CreateWaitableTimer(false);
+  }
+  Core::Platform::UniqueHandle CreateAutoResetEvent() override {
+    return Core::Platform::CreateAutoResetEvent();
+  }
   bool ArmTimer(NativeHandle, std::int64_t dueTime, std::int32_t periodMs) override {
     armings.push_back({dueTime, periodMs});
     return true;
   }
-  bool CancelTimer(NativeHandle timer) override { return Core::Platform::CancelWaitableTimer(timer); }
+  bool CancelTimer(NativeHandle timer) override {
+    return Core::Platform::CancelWaitableTimer(timer);
+  }
   bool SetEvent(NativeHandle event) override { return Core::Platform::SetEvent(event); }
   bool ResetEvent(NativeHandle event) override { return Core::Platform::ResetEvent(event); }
-  std::uint32_t WaitForAny(const NativeHandle* handles, std::uint32_t count, std::uint32_t timeoutMs) override {
+  std::uint32_t WaitForAny(const NativeHandle* handles, std::uint32_t count,
+                           std::uint32_t timeoutMs) override {
     return Core::Platform::WaitForMany(handles, count, false, timeoutMs);
   }
   std::vector<Core::TimerArming> armings;
@@ -42,8 +49,10 @@ TEST(TimerChain, DurationsAtAnOddFrequencyTruncateTwice) {
   const std::uint32_t live = GetLiveObjectCount();
   {
     ArmingRecorder platform;
-    CVolmPtr<HighResDriverCounter> counter(new HighResDriverCounter(std::make_unique<SteeredCounter>(3'579'545)));
-    CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 10'000'000.0 / 3'579'545.0, 0));
+    CVolmPtr<HighResDriverCounter> counter(
+        new HighResDriverCounter(std::make_unique<SteeredCounter>(3'579'545)));
+    CVolmPtr<LinearCorrectionFunction> correction(
+        new LinearCorrectionFunction(0, 10'000'000.0 / 3'579'545.0, 0));
     CVolmPtr<WindowsWaitableTickTimer> tickTimer(
         new WindowsWaitableTickTimer(counter.Get(), correction.Get(), platform));
     CVolmPtr<WaitableTimer> timer(new WaitableTimer(correction.Get(), tickTimer.Get()));
@@ -61,7 +70,8 @@ TEST(TimerChain, DurationsAtAnOddFrequencyTruncateTwice) {
 
 TEST(TimerChain, TenMegahertzDurationsAreExact) {
   ArmingRecorder platform;
-  CVolmPtr<HighResDriverCounter> counter(new HighResDriverCounter(std::make_unique<SteeredCounter>(10'000'000)));
+  CVolmPtr<HighResDriverCounter> counter(
+      new HighResDriverCounter(std::make_unique<SteeredCounter>(10'000'000)));
   CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
   CVolmPtr<WindowsWaitableTickTimer> tickTimer(
       new WindowsWaitableTickTimer(counter.Get(), correction.Get(), platform));

@@ -1,7 +1,7 @@
 // Timers on a clock's time axis: how times and durations become ticks, and how failures of
 // the correction function or the tick timer reach the caller.
-#include "VolmTime/WaitableTimer.h"
 #include "VolmTime/ICorrectionFunction2.h"
+#include "VolmTime/WaitableTimer.h"
 #include "framework/CVolmError.h"
 #include "framework/LiveObjects.h"
 

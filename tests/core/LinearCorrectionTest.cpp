@@ -56,8 +56,8 @@ TEST(FullRangeConversion, ValuesWithoutAnUnsignedMeaningHaveFixedAnswers) {
 
 TEST(LinearCorrection, ZeroRateGivesTheLargestTickInsteadOfUndefinedBehaviour) {
   const Linear line(0, 0.0, 0);
-  EXPECT_EQ(line.TimeToTick(5), UINT64_MAX);   // 5 / 0 = infinity
-  EXPECT_EQ(line.TimeToTick(0), 0u);           // 0 / 0 = NaN
+  EXPECT_EQ(line.TimeToTick(5), UINT64_MAX);  // 5 / 0 = infinity
+  EXPECT_EQ(line.TimeToTick(0), 0u);          // 0 / 0 = NaN
   EXPECT_EQ(line.TickToTime(5), 0u);
 }
 

@@ -13,10 +13,11 @@
 
 namespace {
 
-using Function = VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
-using VolmTime::Core::CException;
+using Function =
+    VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
 using VolmTime::kFullThreshold;
 using VolmTime::kHistoryCapacity;
+using VolmTime::Core::CException;
 
 // Runs `call` and returns the message of the CException it throws ("" if none).
 constexpr const char* kNoSegment = "Correction Function does not contain any segment.";
@@ -88,7 +89,8 @@ TEST_F(PiecewiseLinear, RemovingTheLatestSampleEmptiesTheFunctionUntilTheNextApp
   function_->AddSample(100, 1.0, 1000);
   function_->AddSample(200, 1.0, 1100);
   function_->RemoveLastSample();
-  EXPECT_EQ(FailureOf([&] { function_->RemoveLastSample(); }), "Can only remove one sample in a row");
+  EXPECT_EQ(FailureOf([&] { function_->RemoveLastSample(); }),
+            "Can only remove one sample in a row");
   function_->Publish();
   EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kNoSegment);
   EXPECT_EQ(function_->GetRate(), 0.0);

@@ -95,7 +95,8 @@ TEST_F(SharedMemoryCorrection, EmptyAndNulContainingNamesAreRefused) {
     SharedFunction writer(withNul, true);
     FAIL() << "a name with a NUL was accepted";
   } catch (const CException& failure) {
-    EXPECT_NE(EncodeUtf8PerUnit(failure.Message()).find("contains a NUL character"), std::string::npos);
+    EXPECT_NE(EncodeUtf8PerUnit(failure.Message()).find("contains a NUL character"),
+              std::string::npos);
   }
 }
 

@@ -54,9 +54,13 @@ class RecordingPlatform : public ITickTimerPlatform {
     armings.push_back({dueTime, periodMs});
     return SystemTickTimerPlatform().ArmTimer(timer, dueTime, periodMs);
   }
-  bool CancelTimer(NativeHandle timer) override { return SystemTickTimerPlatform().CancelTimer(timer); }
+  bool CancelTimer(NativeHandle timer) override {
+    return SystemTickTimerPlatform().CancelTimer(timer);
+  }
   bool SetEvent(NativeHandle event) override { return SystemTickTimerPlatform().SetEvent(event); }
-  bool ResetEvent(NativeHandle event) override { return SystemTickTimerPlatform().ResetEvent(event); }
+  bool ResetEvent(NativeHandle event) override {
+    return SystemTickTimerPlatform().ResetEvent(event);
+  }
   std::uint32_t WaitForAny(const NativeHandle* handles, std::uint32_t count,
                            std::uint32_t timeoutMs) override {
     return SystemTickTimerPlatform().WaitForAny(handles, count, timeoutMs);

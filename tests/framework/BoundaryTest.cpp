@@ -27,9 +27,8 @@ VolmResult LastErrorCode(TestSingle& object) {
 
 TEST(ComponentBoundaryTest, VolmExceptionBecomesTheLastErrorWithItsOwnCode) {
   CVolmPtr<TestSingle> object(new TestSingle);
-  const VolmResult result = ComponentBoundary(*object, [] {
-    throw CVolmException(0x80070057u, VOLM_TEXT("bad parameter"));
-  });
+  const VolmResult result = ComponentBoundary(
+      *object, [] { throw CVolmException(0x80070057u, VOLM_TEXT("bad parameter")); });
   EXPECT_EQ(result, 0x80070057u);
   EXPECT_EQ(LastErrorCode(*object), 0x80070057u);
   EXPECT_EQ(LastErrorText(*object), "bad parameter");
@@ -52,9 +51,8 @@ TEST(ComponentBoundaryTest, SuccessClearsAnEarlierError) {
 
 TEST(CoreBoundaryTest, CoreExceptionBecomesEFailWithTheMessageUnchanged) {
   CVolmPtr<TestSingle> object(new TestSingle);
-  const VolmResult result = VolmTime::CoreBoundary(*object, [] {
-    throw VolmTime::Core::CException(VOLM_TEXT("CreateWaitableTimer failed!"));
-  });
+  const VolmResult result = VolmTime::CoreBoundary(
+      *object, [] { throw VolmTime::Core::CException(VOLM_TEXT("CreateWaitableTimer failed!")); });
   EXPECT_EQ(result, VOLM_E_FAIL);
   EXPECT_EQ(LastErrorText(*object), "CreateWaitableTimer failed!");
 }
@@ -116,8 +114,9 @@ TEST(Propagation, TwoBoundariesKeepTheInnermostCodeAndText) {
     });
   }));
   CVolmPtr<TestSingle> outer(new TestSingle);
-  const VolmResult result = ComponentBoundary(
-      *outer, [&] { ThrowIfFailed(middle.Get(), middle->First(), VolmCallSite{"Outer", 2}); });
+  const VolmResult result = ComponentBoundary(*outer, [&] {
+    ThrowIfFailed(middle.Get(), middle->First(), VolmCallSite{"Outer", 2});
+  });
   EXPECT_EQ(result, 0x80000077u);
   EXPECT_EQ(LastErrorText(*outer), "deep failure");
 }

@@ -23,7 +23,8 @@ TEST(StringObject, EmptyStringHasLengthZeroAndATerminator) {
 
 TEST(StringObject, AssignCopiesAndCountsSixteenBitUnits) {
   VolmWideChar source[] = {'a', 0xD83D, 0xDE00, 'z', 0};
-  CVolmPtr<CVolmWideCharString> text(new CVolmWideCharString(static_cast<const VolmWideChar*>(nullptr)));
+  CVolmPtr<CVolmWideCharString> text(
+      new CVolmWideCharString(static_cast<const VolmWideChar*>(nullptr)));
   EXPECT_EQ(text->Assign(source), VOLM_S_OK);
   source[0] = 'X';  // the object keeps its own copy
   std::uint32_t length = 0;

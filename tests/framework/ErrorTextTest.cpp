@@ -24,9 +24,7 @@ TEST(MessageBlanks, EveryRunBeforeAWordBecomesOneBlank) {
   EXPECT_EQ(Utf8(CollapseMessageBlanks(W(" \r\nAccess\r\n  is \n\rdenied"))), " Access is denied");
 }
 
-TEST(MessageBlanks, TabsStay) {
-  EXPECT_EQ(Utf8(CollapseMessageBlanks(W("a\t b\t"))), "a\t b\t");
-}
+TEST(MessageBlanks, TabsStay) { EXPECT_EQ(Utf8(CollapseMessageBlanks(W("a\t b\t"))), "a\t b\t"); }
 
 TEST(MessageBlanks, OnlyBlanksAndBreaksGiveNothing) {
   EXPECT_TRUE(CollapseMessageBlanks(W(" \r\n \n")).empty());
@@ -106,14 +104,14 @@ TEST(ComposedText, NegativeLineIsWrittenWithItsSign) {
 TEST(CoreException, WhatIsUtf8OfEachUnit) {
   const VolmWideChar message[] = {'A', 0x00E9, 0x20AC, 0xD83D, 0xDE00, 0};
   const VolmTime::Core::CException failure(message);
-  EXPECT_EQ(std::string(failure.what()),
-            "A\xC3\xA9\xE2\x82\xAC\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(std::string(failure.what()), "A\xC3\xA9\xE2\x82\xAC\xED\xA0\xBD\xED\xB8\x80");
   EXPECT_EQ(failure.Message(), WideString(message));
 }
 
 TEST(CoreException, IsAStandardExceptionAndCopiesBothTexts) {
   const VolmTime::Core::CException original(W("VolmTime::Core::WindowsCounter::GetTick failed."));
-  const VolmTime::Core::CException copy = original;  // NOLINT(performance-unnecessary-copy-initialization)
+  const VolmTime::Core::CException copy =
+      original;  // NOLINT(performance-unnecessary-copy-initialization)
   const std::exception& asStandard = copy;
   EXPECT_STREQ(asStandard.what(), "VolmTime::Core::WindowsCounter::GetTick failed.");
   EXPECT_EQ(copy.Message(), original.Message());

@@ -45,8 +45,9 @@ TEST(ObjectModel, IdentityIsTheSameThroughEverySubObject) {
 
 TEST(ObjectModel, UnknownIdentifiersAreRefusedWithNull) {
   CVolmPtr<TestSingle> object(new TestSingle);
-  for (const VolmId& id : {VolmIds().timeFactoryClass, VolmIds().clock, VolmIds().frameworkReserved1,
-                           VolmIds().frameworkReserved2, kTestSecondId}) {
+  for (const VolmId& id :
+       {VolmIds().timeFactoryClass, VolmIds().clock, VolmIds().frameworkReserved1,
+        VolmIds().frameworkReserved2, kTestSecondId}) {
     void* out = reinterpret_cast<void*>(0x1);
     EXPECT_EQ(object->QueryInterface(id, &out), VOLM_E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
@@ -67,7 +68,8 @@ TEST(ObjectModel, TwoInterfaceObjectSharesOneCountAndOneIdentity) {
     auto* second = Query<ITestSecond>(object.Get(), kTestSecondId);
     EXPECT_EQ(second->Second(), VOLM_S_FALSE);
     auto* first = Query<ITestFirst>(second, kTestFirstId);
-    EXPECT_EQ(static_cast<void*>(first), static_cast<void*>(static_cast<ITestFirst*>(object.Get())));
+    EXPECT_EQ(static_cast<void*>(first),
+              static_cast<void*>(static_cast<ITestFirst*>(object.Get())));
     IVolmUnknown* identityFromSecond = Query<IVolmUnknown>(second, VolmIds().volmUnknown);
     EXPECT_EQ(identityFromSecond, static_cast<IVolmUnknown*>(first));
     EXPECT_EQ(RefCountOf(object.Get()), 4u);

@@ -53,7 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // The second half lands somewhere in the history, whole samples apart.
   const std::size_t tail = size - head;
   const std::size_t historyBytes = sizeof(store->history);
-  const std::size_t offset = (placement % VolmTime::kHistoryCapacity) * sizeof(VolmTime::CorrectionSample);
+  const std::size_t offset =
+      (placement % VolmTime::kHistoryCapacity) * sizeof(VolmTime::CorrectionSample);
   const std::size_t room = historyBytes - offset;
   dirtyTailOffset = offset;
   dirtyTailSize = tail < room ? tail : room;

@@ -1,7 +1,13 @@
-// A second process for the platform tests.
-//   create-store NAME SIZE BYTE HOLD_MS   create a store, fill it with BYTE, hold it, exit 0
-//   read-store NAME BYTE                  exit 0 if the store's bytes are BYTE, 1 if not,
-//                                         2 if it cannot be opened
+// A second process for the platform tests. The test and the helper talk through named
+// stores of their own: NAME-ready appears once the helper has set up NAME, and the helper
+// lets go of NAME as soon as NAME-release appears.
+//   create-store NAME SIZE BYTE HOLD_MS   create NAME, fill it with BYTE, hold it for HOLD_MS
+//                                         or until released, exit 0
+//   read-store NAME BYTE                  exit 0 if NAME's bytes are all BYTE, 1 if not,
+//                                         2 if it cannot be opened (the reason on stderr)
+//   churn NAME SIZE MS                    for MS milliseconds open NAME as writer or reader
+//                                         and close it again; exit 1 if a view it got is
+//                                         smaller than SIZE or not set up, 0 otherwise
 #include "VolmTime/Core/Platform/SharedMemory.h"
 
 #include <chrono>
@@ -15,19 +21,33 @@ namespace {
 
 using VolmTime::Core::Platform::SharedMemoryError;
 using VolmTime::Core::Platform::SharedMemoryMapping;
+using Clock = std::chrono::steady_clock;
+
+bool Exists(const std::string& name) {
+  try {
+    (void)SharedMemoryMapping::OpenReadOnly(name);
+    return true;
+  } catch (const SharedMemoryError&) {
+    return false;
+  }
+}
 
 int CreateStore(const std::string& name, std::size_t size, int byte, long holdMs) {
-  SharedMemoryMapping mapping = SharedMemoryMapping::CreateOrOpen(name, size);
-  std::memset(mapping.Address(), byte, size);
-  std::this_thread::sleep_for(std::chrono::milliseconds(holdMs));
+  SharedMemoryMapping store = SharedMemoryMapping::CreateOrOpen(name, size);
+  std::memset(store.Address(), byte, size);
+  const SharedMemoryMapping ready = SharedMemoryMapping::CreateOrOpen(name + "-ready", 1);
+  const auto end = Clock::now() + std::chrono::milliseconds(holdMs);
+  while (Clock::now() < end && !Exists(name + "-release")) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
   return 0;
 }
 
 int ReadStore(const std::string& name, int byte) {
   try {
-    const SharedMemoryMapping mapping = SharedMemoryMapping::OpenReadOnly(name);
-    const auto* bytes = static_cast<const unsigned char*>(mapping.Address());
-    for (std::size_t i = 0; i < mapping.Size(); i += 997) {
+    const SharedMemoryMapping store = SharedMemoryMapping::OpenReadOnly(name);
+    const auto* bytes = static_cast<const unsigned char*>(store.Address());
+    for (std::size_t i = 0; i < store.Size(); i += 997) {
       if (bytes[i] != byte) return 1;
     }
     return 0;
@@ -37,15 +57,51 @@ int ReadStore(const std::string& name, int byte) {
   }
 }
 
+// Writers stamp the store's first and last byte; a reader that finds a stamped first byte
+// and an unstamped last one, or a view too small, has met a store that was not set up.
+constexpr unsigned char kStamp = 0xA5;
+
+int Churn(const std::string& name, std::size_t size, long durationMs) {
+  const auto end = Clock::now() + std::chrono::milliseconds(durationMs);
+  for (unsigned round = 0; Clock::now() < end; ++round) {
+    try {
+      if (round % 2 == 0) {
+        SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, size);
+        if (writer.Size() < size) return 1;
+        auto* bytes = static_cast<unsigned char*>(writer.Address());
+        bytes[size - 1] = kStamp;
+        bytes[0] = kStamp;
+      } else {
+        const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
+        if (reader.Size() < size) return 1;
+        const auto* bytes = static_cast<const unsigned char*>(reader.Address());
+        if (bytes[0] == kStamp && bytes[size - 1] != kStamp) return 1;
+      }
+    } catch (const SharedMemoryError&) {
+      // A reader may come when no writer holds the store: it is then gone.
+    }
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const std::string command = argc > 1 ? argv[1] : "";
-  if (command == "create-store" && argc == 6) {
-    return CreateStore(argv[2], std::strtoull(argv[3], nullptr, 10), std::atoi(argv[4]),
-                       std::atol(argv[5]));
+  try {
+    if (command == "create-store" && argc == 6) {
+      return CreateStore(argv[2], std::strtoull(argv[3], nullptr, 10), std::atoi(argv[4]), std::atol(argv[5]));
+    }
+    if (command == "read-store" && argc == 4) return ReadStore(argv[2], std::atoi(argv[3]));
+    if (command == "churn" && argc == 5) {
+      return Churn(argv[2], std::strtoull(argv[3], nullptr, 10), std::atol(argv[4]));
+    }
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s: %s\n", command.c_str(), failure.what());
+    return 3;
   }
-  if (command == "read-store" && argc == 4) return ReadStore(argv[2], std::atoi(argv[3]));
-  std::fprintf(stderr, "usage: volm_test_helper create-store NAME SIZE BYTE HOLD_MS | read-store NAME BYTE\n");
+  std::fprintf(stderr,
+               "usage: volm_test_helper create-store NAME SIZE BYTE HOLD_MS | read-store NAME BYTE"
+               " | churn NAME SIZE MS\n");
   return 64;
 }

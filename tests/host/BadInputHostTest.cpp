@@ -15,7 +15,8 @@ class BadInput : public HostTest {
     HostTest::SetUp();
     if (HasFatalFailure()) return;
     TakeFactory(factory_);
-    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()), VOLM_S_OK);
+    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()),
+              VOLM_S_OK);
     ASSERT_EQ(factory_->GetRelativeClock(clock_.Out()), VOLM_S_OK);
   }
   void TearDown() override {
@@ -67,9 +68,11 @@ TEST_F(BadInput, EmptyAndNulNamesAreRefusedWithTheirReason) {
   Ref<IPiecewiseLinearCorrection> function;
   const Wide empty;
   EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(empty.c_str(), function.Out()), VOLM_E_FAIL);
-  EXPECT_EQ(LastErrorText(factory_.Get()), "The shared memory >< is not available (the name is empty).");
+  EXPECT_EQ(LastErrorText(factory_.Get()),
+            "The shared memory >< is not available (the name is empty).");
   const Wide narrowsToNul = {'a', static_cast<VolmWideChar>(0x0100), 'b', 0};
-  EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(narrowsToNul.c_str(), function.Out()), VOLM_E_FAIL);
+  EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(narrowsToNul.c_str(), function.Out()),
+            VOLM_E_FAIL);
   EXPECT_NE(LastErrorText(factory_.Get()).find("contains a NUL character"), std::string::npos);
   Ref<IClock> clock;
   EXPECT_EQ(factory_->CreateSynchronizedClock(empty.c_str(), clock.Out()), VOLM_E_FAIL);
@@ -81,7 +84,8 @@ TEST_F(BadInput, WaitsOnBadHandleSetsFailAsAnOutcome) {
   HostEvent event;
   std::vector<VolmHandle> many(VOLM_MAXIMUM_WAIT_OBJECTS + 1, event.Handle());
   std::uint32_t outcome = 0;
-  EXPECT_EQ(waiter->Wait(many.data(), VOLM_MAXIMUM_WAIT_OBJECTS + 1, false, 0, &outcome), VOLM_S_OK);
+  EXPECT_EQ(waiter->Wait(many.data(), VOLM_MAXIMUM_WAIT_OBJECTS + 1, false, 0, &outcome),
+            VOLM_S_OK);
   EXPECT_EQ(outcome, VOLM_WAIT_FAILED);
   EXPECT_EQ(waiter->Wait(many.data(), 0, false, 0, &outcome), VOLM_S_OK);
   EXPECT_EQ(outcome, VOLM_WAIT_FAILED);

@@ -54,7 +54,8 @@ class HostTest : public ::testing::Test {
 
   static std::string LastErrorText(IVolmUnknown* object) {
     Ref<IGetVolmError> source;
-    if (object->QueryInterface(IID_IGetVolmError, source.OutVoid()) != VOLM_S_OK) return "<no source>";
+    if (object->QueryInterface(IID_IGetVolmError, source.OutVoid()) != VOLM_S_OK)
+      return "<no source>";
     Ref<IVolmError> error;
     source->GetError(error.Out());
     if (!error) return "<none>";
@@ -66,7 +67,9 @@ class HostTest : public ::testing::Test {
   // The host's own reading of the system time, as 100-ns units since 1601.
   static std::uint64_t HostSystemTime() {
     const auto sinceUnixEpoch = std::chrono::system_clock::now().time_since_epoch();
-    const auto units = std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(sinceUnixEpoch);
+    const auto units =
+        std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
+            sinceUnixEpoch);
     return static_cast<std::uint64_t>(units.count()) + 116'444'736'000'000'000u;
   }
 

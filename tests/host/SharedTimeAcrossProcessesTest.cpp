@@ -2,8 +2,8 @@
 // other processes evaluate the same values.
 #include "LoadedLibrary.h"
 
-#include "tools/common/ChildProcess.h"
 #include "tests/support/UniqueName.h"
+#include "tools/common/ChildProcess.h"
 
 #include <thread>
 
@@ -19,7 +19,8 @@ class SharedTimeAcrossProcesses : public HostTest {
     HostTest::SetUp();
     if (HasFatalFailure()) return;
     TakeFactory(factory_);
-    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()), VOLM_S_OK);
+    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()),
+              VOLM_S_OK);
   }
   void TearDown() override {
     // Helpers killed while holding the store leave it without a live holder; opening it once
@@ -97,7 +98,8 @@ TEST_F(SharedTimeAcrossProcesses, SecondWriterResetsTheStoreForReaders) {
   // Until the second writer publishes, readers see an empty function.
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   std::uint64_t time = 0;
-  while (reader->TickToTime(150, &time) == VOLM_S_OK && std::chrono::steady_clock::now() < deadline) {
+  while (reader->TickToTime(150, &time) == VOLM_S_OK &&
+         std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   EXPECT_EQ(reader->TickToTime(150, &time), VOLM_E_FAIL);
@@ -111,7 +113,8 @@ TEST_F(SharedTimeAcrossProcesses, ReaderOfANameNobodyCreatedFailsWithTheReason) 
   EXPECT_EQ(reader->Wait(20'000), 2);
   Ref<IPiecewiseLinearCorrection> function;
   IPiecewiseLinearCorrection* untouched = function.Get();
-  EXPECT_EQ(advanced_->OpenSharedMemoryCorrection(WideOf(name_).c_str(), function.Out()), VOLM_E_FAIL);
+  EXPECT_EQ(advanced_->OpenSharedMemoryCorrection(WideOf(name_).c_str(), function.Out()),
+            VOLM_E_FAIL);
   EXPECT_EQ(function.Get(), untouched);
   const std::string text = LastErrorText(factory_.Get());
   const std::string prefix = "The shared memory >" + name_ + "< is not available (";

@@ -3,8 +3,8 @@
 // fail, except for the moment a new writer starts over.
 #include "LoadedLibrary.h"
 
-#include "tools/common/ChildProcess.h"
 #include "tests/support/UniqueName.h"
+#include "tools/common/ChildProcess.h"
 
 #include <memory>
 #include <thread>
@@ -17,7 +17,8 @@ TEST_F(Soak, ReadersSurviveAWriterKilledAndReplaced) {
   const std::string name = UniqueName("volm-soak");
   const std::basic_string<VolmWideChar> wideName(name.begin(), name.end());
   const std::string helper = SiblingProgram("volm_host_helper");
-  auto first = std::make_unique<ChildProcess>(helper, std::vector<std::string>{"publish-fast", name, "60000", "100"});
+  auto first = std::make_unique<ChildProcess>(
+      helper, std::vector<std::string>{"publish-fast", name, "60000", "100"});
   {
     Ref<IVolmTimeFactory> factory;
     TakeFactory(factory);
@@ -33,7 +34,8 @@ TEST_F(Soak, ReadersSurviveAWriterKilledAndReplaced) {
   }
   std::vector<std::unique_ptr<ChildProcess>> readers;
   for (int i = 0; i < 3; ++i) {
-    readers.push_back(std::make_unique<ChildProcess>(helper, std::vector<std::string>{"read-monotonic", name, "3000"}));
+    readers.push_back(std::make_unique<ChildProcess>(
+        helper, std::vector<std::string>{"read-monotonic", name, "3000"}));
   }
   std::this_thread::sleep_for(std::chrono::milliseconds(1000));
   first->Kill();  // a crash: no clean-up, the store stays with the readers

@@ -19,8 +19,8 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <thread>
 
@@ -73,12 +73,16 @@ int PublishFast(IVolmTimeFactory* factory, IVolmTimeFactoryAdvanced* advanced,
     system.pointer->GetTime(&time);
     // Never below where the function already stands at this tick: readers' time must not
     // step back where one segment gives way to the next.
-    const auto predicted = lastTick == 0 ? lastTime
-                                         : lastTime + static_cast<std::uint64_t>(static_cast<double>(tick - lastTick) * rate);
+    const auto predicted =
+        lastTick == 0
+            ? lastTime
+            : lastTime + static_cast<std::uint64_t>(static_cast<double>(tick - lastTick) * rate);
     // +1: the function's own truncation may already have shown a reader one unit more.
     if (time <= predicted) time = predicted + 1;
     if (tick > lastTick && time > lastTime) {
-      if (writer.pointer->AddSample(tick, rate, time) != VOLM_S_OK || writer.pointer->Publish() != VOLM_S_OK) return 3;
+      if (writer.pointer->AddSample(tick, rate, time) != VOLM_S_OK ||
+          writer.pointer->Publish() != VOLM_S_OK)
+        return 3;
       lastTick = tick;
       lastTime = time;
     }
@@ -129,7 +133,8 @@ int ReadMonotonic(IVolmTimeFactory* factory, const std::basic_string<VolmWideCha
     lastReadingGood = true;
   }
   std::fprintf(stderr, "read-monotonic: %llu readings, %llu while the function was empty\n",
-               static_cast<unsigned long long>(readings), static_cast<unsigned long long>(emptyReadings));
+               static_cast<unsigned long long>(readings),
+               static_cast<unsigned long long>(emptyReadings));
   return lastReadingGood && readings > 1000 ? 0 : 4;
 }
 
@@ -137,12 +142,14 @@ int Run(IVolmTimeFactory* factory, int argc, char** argv) {
   const std::string command = argv[1];
   const auto name = Wide(argv[2]);
   Releaser<IVolmTimeFactoryAdvanced> advanced;
-  if (factory->QueryInterface(IID_IVolmTimeFactoryAdvanced, reinterpret_cast<void**>(&advanced.pointer)) != VOLM_S_OK) {
+  if (factory->QueryInterface(IID_IVolmTimeFactoryAdvanced,
+                              reinterpret_cast<void**>(&advanced.pointer)) != VOLM_S_OK) {
     return 4;
   }
   if ((command == "write" || command == "reset") && argc == 4) {
     Releaser<IPiecewiseLinearCorrection> writer;
-    if (advanced.pointer->CreateSharedMemoryCorrection(name.c_str(), &writer.pointer) != VOLM_S_OK) return 2;
+    if (advanced.pointer->CreateSharedMemoryCorrection(name.c_str(), &writer.pointer) != VOLM_S_OK)
+      return 2;
     if (command == "write") {
       writer.pointer->AddSample(100, 2.0, 1000);
       writer.pointer->AddSample(200, 0.5, 1300);
@@ -153,9 +160,11 @@ int Run(IVolmTimeFactory* factory, int argc, char** argv) {
   }
   if (command == "expect" && argc == 5) {
     Releaser<IPiecewiseLinearCorrection> reader;
-    if (advanced.pointer->OpenSharedMemoryCorrection(name.c_str(), &reader.pointer) != VOLM_S_OK) return 2;
+    if (advanced.pointer->OpenSharedMemoryCorrection(name.c_str(), &reader.pointer) != VOLM_S_OK)
+      return 2;
     std::uint64_t time = 0;
-    if (reader.pointer->TickToTime(std::strtoull(argv[3], nullptr, 10), &time) != VOLM_S_OK) return 3;
+    if (reader.pointer->TickToTime(std::strtoull(argv[3], nullptr, 10), &time) != VOLM_S_OK)
+      return 3;
     return time == std::strtoull(argv[4], nullptr, 10) ? 0 : 1;
   }
   if (command == "clock" && argc == 3) {
@@ -164,8 +173,10 @@ int Run(IVolmTimeFactory* factory, int argc, char** argv) {
     std::uint64_t time = 0;
     return clock.pointer->GetTime(&time) == VOLM_S_OK ? 0 : 3;
   }
-  if (command == "publish-fast" && argc == 5) return PublishFast(factory, advanced.pointer, name, argv);
-  if (command == "read-monotonic" && argc == 4) return ReadMonotonic(factory, name, std::atol(argv[3]));
+  if (command == "publish-fast" && argc == 5)
+    return PublishFast(factory, advanced.pointer, name, argv);
+  if (command == "read-monotonic" && argc == 4)
+    return ReadMonotonic(factory, name, std::atol(argv[3]));
   return 64;
 }
 
@@ -183,7 +194,8 @@ int main(int argc, char** argv) {
   }
   auto createInstance = library.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
   void* object = nullptr;
-  if (createInstance == nullptr || createInstance(CLSID_VolmTimeFactory, &object) != VOLM_S_OK) return 5;
+  if (createInstance == nullptr || createInstance(CLSID_VolmTimeFactory, &object) != VOLM_S_OK)
+    return 5;
   auto* factory = static_cast<IVolmTimeFactory*>(object);
   factory->AddRef();
   const int result = Run(factory, argc, argv);

@@ -51,9 +51,10 @@ TEST(Counter, PlannedFailuresAreTakenOneByOne) {
 }
 
 TEST(SystemTime, IsAFileTimeThatAgreesWithTheHostClock) {
-  const auto hostUnits = std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
-                             std::chrono::system_clock::now().time_since_epoch())
-                             .count();
+  const auto hostUnits =
+      std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
+          std::chrono::system_clock::now().time_since_epoch())
+          .count();
   const std::uint64_t fileTime = PreciseSystemTime();
   const auto expected = static_cast<std::uint64_t>(hostUnits) + kUnixEpochAsFileTime;
   EXPECT_NEAR(static_cast<double>(fileTime), static_cast<double>(expected), 100'000.0);  // 10 ms

@@ -2,8 +2,8 @@
 #include "VolmTime/Core/Platform/FaultInjection.h"
 #include "VolmTime/Core/Platform/SharedMemory.h"
 
-#include "tools/common/ChildProcess.h"
 #include "tests/support/UniqueName.h"
+#include "tools/common/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -70,9 +70,7 @@ TEST(SharedMemory, StoreIsGoneWithItsLastHolder) {
   const std::string name = UniqueName("volm-shm");
   {
     SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
-    {
-      const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
-    }
+    { const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name); }
     // The writer still holds it.
     EXPECT_TRUE(ReasonOfOpening(name).empty());
   }

@@ -57,23 +57,27 @@ TEST_F(Stress, EveryKindOfClockReadWhileAWriterPublishesAndNamedClocksComeAndGo)
   factory->GetCounter(counter.Put());
   factory->GetSystemClock(system.Put());
   for (std::size_t i = 0; i < names.size(); ++i) {
-    ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(names[i]).c_str(), writers[i].Put()), VOLM_S_OK);
+    ASSERT_EQ(advanced->CreateSharedMemoryCorrection(Wide(names[i]).c_str(), writers[i].Put()),
+              VOLM_S_OK);
   }
   // Each store starts with one sample behind the current tick, so reading never fails.
-  const auto append = [&](IPiecewiseLinearCorrection* writer, std::uint64_t& lastTick, std::uint64_t& lastTime) {
+  const auto append = [&](IPiecewiseLinearCorrection* writer, std::uint64_t& lastTick,
+                          std::uint64_t& lastTime) {
     std::uint64_t tick = 0;
     std::uint64_t time = 0;
     counter->GetTick(&tick);
     system->GetTime(&time);
     if (tick <= lastTick || time <= lastTime) return true;
-    const bool ok = writer->AddSample(tick, 0.01, time) == VOLM_S_OK && writer->Publish() == VOLM_S_OK;
+    const bool ok =
+        writer->AddSample(tick, 0.01, time) == VOLM_S_OK && writer->Publish() == VOLM_S_OK;
     lastTick = tick;
     lastTime = time;
     return ok;
   };
   std::vector<std::uint64_t> lastTicks(names.size(), 0);
   std::vector<std::uint64_t> lastTimes(names.size(), 0);
-  for (std::size_t i = 0; i < names.size(); ++i) ASSERT_TRUE(append(writers[i].Get(), lastTicks[i], lastTimes[i]));
+  for (std::size_t i = 0; i < names.size(); ++i)
+    ASSERT_TRUE(append(writers[i].Get(), lastTicks[i], lastTimes[i]));
 
   const int failures = RunThreads(4, [&](int thread) {
     if (thread == 0) {
@@ -86,7 +90,8 @@ TEST_F(Stress, EveryKindOfClockReadWhileAWriterPublishesAndNamedClocksComeAndGo)
     if (thread == 1) {
       // A storm of named clocks on a few names.
       IClock* named = nullptr;
-      const std::string& name = names[static_cast<std::size_t>(Clock::now().time_since_epoch().count()) % names.size()];
+      const std::string& name =
+          names[static_cast<std::size_t>(Clock::now().time_since_epoch().count()) % names.size()];
       if (factory->CreateSynchronizedClock(Wide(name).c_str(), &named) != VOLM_S_OK) return false;
       std::uint64_t time = 0;
       const bool ok = named->GetTime(&time) == VOLM_S_OK;
@@ -97,7 +102,8 @@ TEST_F(Stress, EveryKindOfClockReadWhileAWriterPublishesAndNamedClocksComeAndGo)
     CVolmPtr<IClock> relative;
     CVolmPtr<IClock> named;
     factory->GetRelativeClock(relative.Put());
-    if (factory->CreateSynchronizedClock(Wide(names[0]).c_str(), named.Put()) != VOLM_S_OK) return false;
+    if (factory->CreateSynchronizedClock(Wide(names[0]).c_str(), named.Put()) != VOLM_S_OK)
+      return false;
     std::uint64_t time = 0;
     for (int i = 0; i < 100; ++i) {
       if (relative->GetTime(&time) != VOLM_S_OK || system->GetTime(&time) != VOLM_S_OK ||
@@ -116,7 +122,8 @@ TEST_F(Stress, FactoriesComeAndGoWhileOtherThreadsHoldTheirClocks) {
     if (thread == 0) {
       // Makes a factory, passes its clock on and gives the factory back.
       void* object = nullptr;
-      if (VolmTime::CreateFactoryInstance(VolmIds().timeFactoryClass, &object) != VOLM_S_OK) return false;
+      if (VolmTime::CreateFactoryInstance(VolmIds().timeFactoryClass, &object) != VOLM_S_OK)
+        return false;
       auto* factory = static_cast<IVolmTimeFactory*>(object);
       factory->AddRef();
       IClock* clock = nullptr;

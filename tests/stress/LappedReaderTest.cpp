@@ -12,7 +12,8 @@
 
 namespace {
 
-using Function = VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
+using Function =
+    VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
 
 // Every sample lies on time = 3 * tick + 7, so every correct answer does too, whichever
 // segment it came from; a sample read half old and half new does not.

@@ -24,7 +24,8 @@ std::string Arguments::Text(const std::string& option, const std::string& fallba
   return found == options_.end() ? fallback : found->second;
 }
 
-double Arguments::Number(const std::string& option, double fallback, double minimum, double maximum) const {
+double Arguments::Number(const std::string& option, double fallback, double minimum,
+                         double maximum) const {
   const auto found = options_.find(option);
   if (found == options_.end()) return fallback;
   std::size_t used = 0;

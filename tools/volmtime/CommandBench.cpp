@@ -28,7 +28,8 @@ constexpr Row kTimeRows[] = {
     {"NamedClockOneSample", "named clock GetTime, one sample", "RawCounterRead"},
     {"NamedClockFullStore", "named clock GetTime, full store", "RawCounterRead"},
     {"EvaluateFullStoreLatestSegment", "TickToTime, full store, latest segment", "RawCounterRead"},
-    {"EvaluateFullStoreThroughHistory", "TickToTime, full store, through the history", "RawCounterRead"},
+    {"EvaluateFullStoreThroughHistory", "TickToTime, full store, through the history",
+     "RawCounterRead"},
     {"AddSampleAndPublish", "AddSample + Publish", "RawCounterRead"},
 };
 
@@ -61,8 +62,11 @@ int RunBench(const Arguments& arguments) {
   boost::property_tree::ptree results;
   boost::property_tree::read_json(json, results);
   std::map<std::string, boost::property_tree::ptree> byName;
-  for (const auto& [key, benchmark] : results.get_child("benchmarks")) byName[benchmark.get<std::string>("name")] = benchmark;
-  const auto time = [&](const char* name) { return byName.count(name) ? byName[name].get<double>("real_time") : 0.0; };
+  for (const auto& [key, benchmark] : results.get_child("benchmarks"))
+    byName[benchmark.get<std::string>("name")] = benchmark;
+  const auto time = [&](const char* name) {
+    return byName.count(name) ? byName[name].get<double>("real_time") : 0.0;
+  };
   const auto counter = [&](const char* name, const char* field) {
     return byName.count(name) ? byName[name].get<double>(field, 0.0) : 0.0;
   };
@@ -70,9 +74,12 @@ int RunBench(const Arguments& arguments) {
   for (const Row& row : kTimeRows) {
     const double ns = time(row.name);
     std::printf("| %s | %.1f | %s |\n", row.what, ns,
-                row.baseline ? (std::to_string(ns / time(row.baseline)).substr(0, 4) + "x").c_str() : "1.00x");
+                row.baseline ? (std::to_string(ns / time(row.baseline)).substr(0, 4) + "x").c_str()
+                             : "1.00x");
   }
-  std::printf("\n| waking up | median late (us) | p99 late (us) | median ratio to sleep_for |\n|---|---:|---:|---:|\n");
+  std::printf(
+      "\n| waking up | median late (us) | p99 late (us) | median ratio to sleep_for "
+      "|\n|---|---:|---:|---:|\n");
   for (const Row& row : kLatenessRows) {
     const double median = counter(row.name, "median_us");
     const double ratio = row.baseline ? median / counter(row.baseline, "median_us") : 1.0;

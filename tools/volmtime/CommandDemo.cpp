@@ -59,9 +59,12 @@ int RunDemo(const Arguments& arguments) {
   const double seconds = arguments.Number("--seconds", 3, 1, 600);
   Library library;
   const std::string self = SiblingProgram("volmtime");
-  const std::string name = "volmtime-demo-" + std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
+  const std::string name =
+      "volmtime-demo-" +
+      std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
   const WideName wideName = Widen(name);
-  std::printf("VolmTime demo: one publisher and two watcher processes share \"%s\" for %.0f s\n", name.c_str(), seconds);
+  std::printf("VolmTime demo: one publisher and two watcher processes share \"%s\" for %.0f s\n",
+              name.c_str(), seconds);
 
   ChildProcess publisher(self, {"publish", name, "--interval-ms", "50", "--duration-s",
                                 std::to_string(seconds + 3), "--quiet"});
@@ -74,13 +77,14 @@ int RunDemo(const Arguments& arguments) {
     watchers[i].report = name + "-watcher-" + std::to_string(i + 1) + ".txt";
     watchers[i].process = std::make_unique<ChildProcess>(
         self, std::vector<std::string>{"watch", name, "--interval-ms", "50", "--duration-s",
-                                       std::to_string(seconds), "--report", watchers[i].report, "--quiet"});
+                                       std::to_string(seconds), "--report", watchers[i].report,
+                                       "--quiet"});
   }
 
   // Meanwhile a timer on the shared time axis, armed for one second ahead.
   Ref<IClock> clock;
-  Check(library.Factory()->CreateSynchronizedClock(wideName.c_str(), clock.Out()), library.Factory(),
-        "opening the named clock");
+  Check(library.Factory()->CreateSynchronizedClock(wideName.c_str(), clock.Out()),
+        library.Factory(), "opening the named clock");
   Ref<IWaitableTimer> timer;
   Check(clock->CreateTimer(timer.Out()), clock.Get(), "CreateTimer");
   std::uint64_t armedAt = 0;
@@ -94,10 +98,12 @@ int RunDemo(const Arguments& arguments) {
   const double lateMs = (static_cast<double>(firedAt) - static_cast<double>(due)) / 10'000.0;
 
   bool allHeld = outcome == 0 && lateMs >= -1.0 && lateMs < 100.0;
-  std::printf("\n%-10s %8s %16s %16s %16s\n", "watcher", "samples", "median offset", "min offset", "max offset");
+  std::printf("\n%-10s %8s %16s %16s %16s\n", "watcher", "samples", "median offset", "min offset",
+              "max offset");
   std::vector<double> medians;
   for (std::size_t i = 0; i < watchers.size(); ++i) {
-    const std::optional<int> exit = watchers[i].process->Wait(static_cast<std::uint32_t>((seconds + 20) * 1000));
+    const std::optional<int> exit =
+        watchers[i].process->Wait(static_cast<std::uint32_t>((seconds + 20) * 1000));
     watchers[i].offsetsMs = ReadOffsets(watchers[i].report);
     std::remove(watchers[i].report.c_str());
     const auto& offsets = watchers[i].offsetsMs;
@@ -107,14 +113,16 @@ int RunDemo(const Arguments& arguments) {
       continue;
     }
     medians.push_back(Median(offsets));
-    std::printf("%-10zu %8zu %13.4f ms %13.4f ms %13.4f ms\n", i + 1, offsets.size(), medians.back(),
-                *std::min_element(offsets.begin(), offsets.end()), *std::max_element(offsets.begin(), offsets.end()));
+    std::printf("%-10zu %8zu %13.4f ms %13.4f ms %13.4f ms\n", i + 1, offsets.size(),
+                medians.back(), *std::min_element(offsets.begin(), offsets.end()),
+                *std::max_element(offsets.begin(), offsets.end()));
   }
   const double disagreement = medians.size() == 2 ? std::fabs(medians[0] - medians[1]) : INFINITY;
   allHeld = allHeld && disagreement <= kAgreementMs;
-  std::printf("\nreaders' clocks differ by %.4f ms (the limit is %.1f ms)\n", disagreement, kAgreementMs);
-  std::printf("timer armed for %s fired %+.3f ms from its time (outcome %d)\n", FormatSystemTime(due).c_str(),
-              lateMs, outcome);
+  std::printf("\nreaders' clocks differ by %.4f ms (the limit is %.1f ms)\n", disagreement,
+              kAgreementMs);
+  std::printf("timer armed for %s fired %+.3f ms from its time (outcome %d)\n",
+              FormatSystemTime(due).c_str(), lateMs, outcome);
   publisher.Kill();
   publisher.Wait(5'000);
   // The publisher was stopped abruptly; opening the name once more clears what it left.
@@ -122,7 +130,8 @@ int RunDemo(const Arguments& arguments) {
   clock.Reset();
   timer.Reset();
   (void)library.Advanced()->OpenSharedMemoryCorrection(wideName.c_str(), sweep.Out());
-  std::printf("verdict: %s\n", allHeld ? "PASS, the processes shared one time and the timer fired on it"
-                                        : "FAILED, see above");
+  std::printf("verdict: %s\n", allHeld
+                                   ? "PASS, the processes shared one time and the timer fired on it"
+                                   : "FAILED, see above");
   return allHeld ? 0 : 1;
 }

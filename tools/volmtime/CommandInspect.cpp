@@ -23,9 +23,11 @@ std::vector<CorrectionSample> ReadableSamples(const SampleStore& store) {
   const std::uint32_t capacity = VolmTime::kHistoryCapacity;
   const bool full = (flags & VolmTime::kFlagFull) != 0;
   const std::uint32_t first = full ? (count + VolmTime::kExcludedHistorySlots) % capacity : 1;
-  const std::uint32_t length = full ? capacity - VolmTime::kExcludedHistorySlots : (count + capacity - 1) % capacity;
+  const std::uint32_t length =
+      full ? capacity - VolmTime::kExcludedHistorySlots : (count + capacity - 1) % capacity;
   samples.reserve(length + 1);
-  for (std::uint32_t i = 0; i < length; ++i) samples.push_back(store.history[(first + i) % capacity]);
+  for (std::uint32_t i = 0; i < length; ++i)
+    samples.push_back(store.history[(first + i) % capacity]);
   samples.push_back(store.latestRing[store.header.latestSlot & VolmTime::kLatestSlotMask]);
   return samples;
 }
@@ -48,16 +50,19 @@ int RunInspect(const Arguments& arguments) {
   std::memcpy(store.get(), mapping.Address(), sizeof(SampleStore));
   const std::uint32_t count = static_cast<std::uint32_t>(store->header.countAndFlags);
   const std::uint32_t flags = static_cast<std::uint32_t>(store->header.countAndFlags >> 32);
-  std::printf("store       %s\nversion     %u\ncapacity    %u\ncount       %u\nflags       0x%08X (%s%s)\n",
-              name.c_str(), store->header.version, store->header.capacity, count, flags,
-              (flags & VolmTime::kFlagFull) ? "full " : "", (flags & VolmTime::kFlagLatestValid) ? "latest valid" : "empty");
+  std::printf(
+      "store       %s\nversion     %u\ncapacity    %u\ncount       %u\nflags       0x%08X (%s%s)\n",
+      name.c_str(), store->header.version, store->header.capacity, count, flags,
+      (flags & VolmTime::kFlagFull) ? "full " : "",
+      (flags & VolmTime::kFlagLatestValid) ? "latest valid" : "empty");
   const std::vector<CorrectionSample> samples = ReadableSamples(*store);
   if (samples.empty()) {
     std::printf("no readable samples\n");
     return 0;
   }
   const CorrectionSample& latest = samples.back();
-  std::printf("latest      tick %llu  time %llu  rate %.12g\n\n", static_cast<unsigned long long>(latest.tick),
+  std::printf("latest      tick %llu  time %llu  rate %.12g\n\n",
+              static_cast<unsigned long long>(latest.tick),
               static_cast<unsigned long long>(latest.time), latest.rate);
   std::printf("%22s %22s %20s\n", "tick", "time", "rate");
   const std::size_t from = samples.size() > last ? samples.size() - last : 0;
@@ -69,20 +74,23 @@ int RunInspect(const Arguments& arguments) {
     // Offset from the straight line through the first and last sample, and each segment's
     // rate against that line's slope.
     const CorrectionSample& first = samples[from];
-    const double slope = latest.tick > first.tick ? static_cast<double>(latest.time - first.time) /
-                                                        static_cast<double>(latest.tick - first.tick)
-                                                  : latest.rate;
+    const double slope = latest.tick > first.tick
+                             ? static_cast<double>(latest.time - first.time) /
+                                   static_cast<double>(latest.tick - first.tick)
+                             : latest.rate;
     Series offsets{"offset from the mean line", "ms", {}};
     Series rates{"rate against the mean line", "ppm", {}};
     for (std::size_t i = from; i < samples.size(); ++i) {
-      const double line = static_cast<double>(first.time) + static_cast<double>(samples[i].tick - first.tick) * slope;
+      const double line = static_cast<double>(first.time) +
+                          static_cast<double>(samples[i].tick - first.tick) * slope;
       offsets.values.push_back((static_cast<double>(samples[i].time) - line) / 10'000.0);
       rates.values.push_back((samples[i].rate / slope - 1.0) * 1e6);
     }
     std::ofstream file(arguments.Text("--svg", ""));
     file << DrawPanels("volmtime inspect " + name, {offsets, rates});
     if (!file) {
-      std::fprintf(stderr, "volmtime inspect: cannot write %s\n", arguments.Text("--svg", "").c_str());
+      std::fprintf(stderr, "volmtime inspect: cannot write %s\n",
+                   arguments.Text("--svg", "").c_str());
       return 1;
     }
   }

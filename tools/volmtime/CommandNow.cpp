@@ -19,7 +19,8 @@ int RunNow(const Arguments& arguments) {
   const VolmWideChar* buffer = nullptr;
   name->GetBuffer(&buffer);
   std::string counterName;
-  for (; buffer != nullptr && *buffer != 0; ++buffer) counterName.push_back(static_cast<char>(*buffer));
+  for (; buffer != nullptr && *buffer != 0; ++buffer)
+    counterName.push_back(static_cast<char>(*buffer));
   std::uint64_t frequency = 0;
   Check(counter->GetFrequency(&frequency), counter.Get(), "GetFrequency");
   std::uint64_t relativeTime = 0;
@@ -28,7 +29,8 @@ int RunNow(const Arguments& arguments) {
   Check(system->GetTime(&systemTime), system.Get(), "reading the system clock");
   std::printf("counter         %s, %llu ticks per second\n", counterName.c_str(),
               static_cast<unsigned long long>(frequency));
-  std::printf("relative clock  %s since the factory was made\n", FormatSeconds(relativeTime).c_str());
+  std::printf("relative clock  %s since the factory was made\n",
+              FormatSeconds(relativeTime).c_str());
   std::printf("system clock    %s\n", FormatSystemTime(systemTime).c_str());
   return 0;
 }

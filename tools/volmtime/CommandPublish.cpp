@@ -36,7 +36,9 @@ Pair TightPair(IHighResolutionCounter* counter, IClock* system) {
 
 }  // namespace
 
-double NominalRate(std::uint64_t frequency) { return 10'000'000.0 / static_cast<double>(frequency); }
+double NominalRate(std::uint64_t frequency) {
+  return 10'000'000.0 / static_cast<double>(frequency);
+}
 
 int RunPublish(const Arguments& arguments) {
   arguments.Allow({"--interval-ms", "--duration-s", "--jump-ms", "--quiet"});
@@ -59,8 +61,8 @@ int RunPublish(const Arguments& arguments) {
   Check(counter->GetFrequency(&frequency), counter.Get(), "GetFrequency");
   const double nominal = NominalRate(frequency);
   Ref<IPiecewiseLinearCorrection> writer;
-  Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(name).c_str(), writer.Out()), factory,
-        "creating the shared correction function " + name);
+  Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(name).c_str(), writer.Out()),
+        factory, "creating the shared correction function " + name);
 
   const auto start = std::chrono::steady_clock::now();
   Pair previous = TightPair(counter.Get(), system.Get());
@@ -72,7 +74,9 @@ int RunPublish(const Arguments& arguments) {
   double lastCorrection = 0;
   while (!gStopRequested.load()) {
     std::this_thread::sleep_for(interval);
-    if (duration > 0 && std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(duration)) break;
+    if (duration > 0 &&
+        std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(duration))
+      break;
     const Pair now = TightPair(counter.Get(), system.Get());
     const double elapsedTicks = static_cast<double>(now.tick - previous.tick);
     // As the function itself computes it: times are too large for a double to hold exactly.

@@ -54,7 +54,9 @@ int RunWatch(const Arguments& arguments) {
       std::fflush(stdout);
     }
     if (report) report << reference << ' ' << offset << '\n' << std::flush;
-    if (duration > 0 && std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(duration)) break;
+    if (duration > 0 &&
+        std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(duration))
+      break;
     std::this_thread::sleep_for(interval);
   }
   return 0;

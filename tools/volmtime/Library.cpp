@@ -6,7 +6,8 @@
 
 WideName Widen(const std::string& text) {
   WideName wide;
-  for (const char character : text) wide.push_back(static_cast<VolmWideChar>(static_cast<unsigned char>(character)));
+  for (const char character : text)
+    wide.push_back(static_cast<VolmWideChar>(static_cast<unsigned char>(character)));
   return wide;
 }
 
@@ -34,7 +35,8 @@ std::string TextOf(IVolmWideCharString* text) {
 }  // namespace
 
 Library::Library() : library_(LibraryPath()) {
-  if (!library_.IsLoaded()) throw LibraryError("cannot load " + LibraryPath() + ": " + library_.Error());
+  if (!library_.IsLoaded())
+    throw LibraryError("cannot load " + LibraryPath() + ": " + library_.Error());
   auto createInstance = library_.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
   if (createInstance == nullptr) throw LibraryError(LibraryPath() + " has no CreateInstance");
   void* object = nullptr;
@@ -55,7 +57,8 @@ void Check(VolmResult result, IVolmUnknown* source, const std::string& what) {
   if (VolmSucceeded(result)) return;
   std::string text;
   Ref<IGetVolmError> errors;
-  if (source != nullptr && source->QueryInterface(IID_IGetVolmError, errors.OutVoid()) == VOLM_S_OK) {
+  if (source != nullptr &&
+      source->QueryInterface(IID_IGetVolmError, errors.OutVoid()) == VOLM_S_OK) {
     Ref<IVolmError> error;
     errors->GetError(error.Out());
     if (error.Get() != nullptr) {

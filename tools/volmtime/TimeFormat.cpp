@@ -12,7 +12,8 @@ std::string FormatSystemTime(std::uint64_t fileTime) {
   const std::uint64_t seconds = fileTime / kUnitsPerSecond;
   const auto fraction = static_cast<unsigned long long>(fileTime % kUnitsPerSecond);
   // Days since 1970 through the civil calendar; times before 1970 come out as negative days.
-  const auto unixSeconds = static_cast<long long>(seconds) - static_cast<long long>(kSecondsFrom1601To1970);
+  const auto unixSeconds =
+      static_cast<long long>(seconds) - static_cast<long long>(kSecondsFrom1601To1970);
   const std::chrono::sys_seconds point{std::chrono::seconds{unixSeconds}};
   const auto day = std::chrono::floor<std::chrono::days>(point);
   const std::chrono::year_month_day date{day};
@@ -31,7 +32,8 @@ std::string FormatSystemTime(std::uint64_t fileTime) {
 
 std::string FormatSeconds(std::uint64_t units) {
   char text[48];
-  std::snprintf(text, sizeof text, "%llu.%07llu s", static_cast<unsigned long long>(units / kUnitsPerSecond),
+  std::snprintf(text, sizeof text, "%llu.%07llu s",
+                static_cast<unsigned long long>(units / kUnitsPerSecond),
                 static_cast<unsigned long long>(units % kUnitsPerSecond));
   return text;
 }

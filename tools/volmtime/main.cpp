@@ -23,21 +23,31 @@ const std::map<std::string, Command>& Commands() {
   static const std::map<std::string, Command> commands = {
       {"now", {RunNow, "volmtime now", "the counter, the relative clock and the system clock"}},
       {"publish",
-       {RunPublish, "volmtime publish NAME [--interval-ms 100] [--duration-s 0 (until Ctrl-C)] [--jump-ms 50] [--quiet]",
+       {RunPublish,
+        "volmtime publish NAME [--interval-ms 100] [--duration-s 0 (until Ctrl-C)] [--jump-ms 50] "
+        "[--quiet]",
         "discipline the shared correction function NAME to the system clock"}},
       {"watch",
-       {RunWatch, "volmtime watch NAME [--interval-ms 200] [--duration-s 0 (until Ctrl-C)] [--report FILE] [--quiet]",
+       {RunWatch,
+        "volmtime watch NAME [--interval-ms 200] [--duration-s 0 (until Ctrl-C)] [--report FILE] "
+        "[--quiet]",
         "a named clock's time, its offset from the system clock and its rate"}},
-      {"inspect", {RunInspect, "volmtime inspect NAME [--last 10] [--svg FILE]", "the store NAME, read-only"}},
-      {"demo", {RunDemo, "volmtime demo [--seconds 3]", "publisher, two watchers and a timer, with a verdict"}},
-      {"bench", {RunBench, "volmtime bench [--json FILE]", "benchmarks against the alternatives (Linux)"}},
+      {"inspect",
+       {RunInspect, "volmtime inspect NAME [--last 10] [--svg FILE]", "the store NAME, read-only"}},
+      {"demo",
+       {RunDemo, "volmtime demo [--seconds 3]",
+        "publisher, two watchers and a timer, with a verdict"}},
+      {"bench",
+       {RunBench, "volmtime bench [--json FILE]", "benchmarks against the alternatives (Linux)"}},
   };
   return commands;
 }
 
 void PrintUsage(std::FILE* out) {
-  std::fprintf(out, "usage: volmtime COMMAND [options]   (volmtime COMMAND --help for its options)\n\n");
-  for (const auto& [name, command] : Commands()) std::fprintf(out, "  %-8s %s\n", name.c_str(), command.summary);
+  std::fprintf(out,
+               "usage: volmtime COMMAND [options]   (volmtime COMMAND --help for its options)\n\n");
+  for (const auto& [name, command] : Commands())
+    std::fprintf(out, "  %-8s %s\n", name.c_str(), command.summary);
 }
 
 extern "C" void RequestStop(int) { gStopRequested = true; }
@@ -65,7 +75,8 @@ int main(int argc, char** argv) {
     }
     return found->second.run(arguments);
   } catch (const UsageError& mistake) {
-    std::fprintf(stderr, "volmtime %s: %s\nusage: %s\n", argv[1], mistake.what(), found->second.usage);
+    std::fprintf(stderr, "volmtime %s: %s\nusage: %s\n", argv[1], mistake.what(),
+                 found->second.usage);
     return 2;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "volmtime %s: %s\n", argv[1], failure.what());

@@ -6,9 +6,7 @@
 
 namespace {
 
-std::wstring Widen(const std::string& text) {
-  return std::wstring(text.begin(), text.end());
-}
+std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
 // Quotes an argument the way the C runtime splits command lines.
 std::wstring Quoted(const std::string& argument) {
@@ -28,9 +26,10 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
-  if (!::CreateProcessW(Widen(program).c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                        nullptr, &startup, &started)) {
-    throw std::runtime_error("cannot start " + program + ", error " + std::to_string(::GetLastError()));
+  if (!::CreateProcessW(Widen(program).c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0,
+                        nullptr, nullptr, &startup, &started)) {
+    throw std::runtime_error("cannot start " + program + ", error " +
+                             std::to_string(::GetLastError()));
   }
   ::CloseHandle(started.hThread);
   process_ = reinterpret_cast<std::intptr_t>(started.hProcess);
@@ -65,4 +64,6 @@ std::string ProgramDirectory() {
   return program.substr(0, program.find_last_of("\\/"));
 }
 
-std::string SiblingProgram(const std::string& name) { return ProgramDirectory() + "\\" + name + ".exe"; }
+std::string SiblingProgram(const std::string& name) {
+  return ProgramDirectory() + "\\" + name + ".exe";
+}

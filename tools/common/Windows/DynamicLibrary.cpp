@@ -4,7 +4,8 @@
 
 DynamicLibrary::DynamicLibrary(const std::string& fileName) {
   handle_ = reinterpret_cast<void*>(::LoadLibraryA(fileName.c_str()));
-  if (handle_ == nullptr) error_ = "LoadLibraryA failed with error " + std::to_string(::GetLastError());
+  if (handle_ == nullptr)
+    error_ = "LoadLibraryA failed with error " + std::to_string(::GetLastError());
 }
 
 DynamicLibrary::~DynamicLibrary() { Unload(); }

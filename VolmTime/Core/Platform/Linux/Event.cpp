@@ -31,7 +31,8 @@ bool SetEvent(NativeHandle event) noexcept {
 
 bool ResetEvent(NativeHandle event) noexcept {
   std::uint64_t count = 0;
-  return ::read(event, &count, sizeof count) == static_cast<ssize_t>(sizeof count) || errno == EAGAIN;
+  return ::read(event, &count, sizeof count) == static_cast<ssize_t>(sizeof count) ||
+         errno == EAGAIN;
 }
 
 }  // namespace VolmTime::Core::Platform

@@ -1,171 +1,186 @@
 #include "VolmTime/Core/Platform/SharedMemory.h"
 
 #include "VolmTime/Core/Platform/FaultInjection.h"
+#include "VolmTime/Core/Platform/Linux/StoreLocks.h"
 
 #include <boost/interprocess/exceptions.hpp>
 #include <boost/interprocess/mapped_region.hpp>
+#include <boost/interprocess/permissions.hpp>
 #include <boost/interprocess/shared_memory_object.hpp>
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
-// Named shared memory on Linux lives in /dev/shm until someone unlinks it. To give it the
-// lifetime of a Windows file mapping (alive while some process holds it), every holder keeps
-// an open-file-description read lock on the object: the kernel drops it when the holder
-// exits, however it exits. The last holder to close, the only one able to take the write
-// lock, removes the name; an object found with no lock on it was left by holders that died.
+// POSIX shared memory stays in /dev/shm until someone removes its name. To give it the
+// lifetime of a Windows file mapping (alive while some process holds it, gone with the last
+// holder, never found live after its holders crashed) the holders keep locks on it that the
+// kernel drops with them; StoreLocks.h describes the protocol.
 
 namespace VolmTime::Core::Platform {
 
 namespace bip = boost::interprocess;
+using Linux::StoreByte;
 
 namespace {
 
+// Each attempt that fails does so because a last holder removed the name in the meantime;
+// a few in a row mean something is wrong.
 constexpr int kMaximumOpenAttempts = 100;
 
 [[noreturn]] void ThrowSystemError(int error) { throw SharedMemoryError(std::strerror(error)); }
 
-std::string ObjectName(const std::string& name) { return "/" + name; }
-
-flock WholeFileLock(short type) {
-  flock lock{};
-  lock.l_type = type;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = 0;
-  lock.l_len = 0;
-  return lock;
-}
-
-bool TakeReadLock(int descriptor) {
-  flock lock = WholeFileLock(F_RDLCK);
-  while (::fcntl(descriptor, F_OFD_SETLKW, &lock) != 0) {
-    if (errno != EINTR) return false;
-  }
-  return true;
-}
-
-// An atomic upgrade: on failure the read lock stays as it was.
-bool TryTakeWriteLock(int descriptor) {
-  flock lock = WholeFileLock(F_WRLCK);
-  return ::fcntl(descriptor, F_OFD_SETLK, &lock) == 0;
-}
-
-bool OthersHoldIt(int descriptor) {
-  flock probe = WholeFileLock(F_WRLCK);
-  if (::fcntl(descriptor, F_OFD_GETLK, &probe) != 0) return true;
-  return probe.l_type != F_UNLCK;
-}
-
-bool StillNamed(int descriptor) {
-  struct stat status {};
-  return ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
-}
-
-// An open descriptor of the object, holding a read lock, on an object that is still named.
-struct HeldObject {
-  int descriptor = -1;
-  bool alone = false;
-};
-
-HeldObject HoldObject(const std::string& name, bool create) {
-  const std::string objectName = ObjectName(name);
-  for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
-    int descriptor = ::shm_open(objectName.c_str(), O_RDWR | (create ? O_CREAT : 0), 0666);
-    if (descriptor < 0 && errno == EACCES && !create) {
-      // Readable but not writable for us: we can hold it, not remove it.
-      descriptor = ::shm_open(objectName.c_str(), O_RDONLY, 0);
-    }
-    if (descriptor < 0) ThrowSystemError(errno);
-    if (create) (void)::fchmod(descriptor, 0666);  // open to every account, whatever the umask
-    if (!TakeReadLock(descriptor)) {
-      const int error = errno;
-      ::close(descriptor);
-      ThrowSystemError(error);
-    }
-    // A holder that was the last one unlinked the name while we waited for the lock.
-    if (!StillNamed(descriptor)) {
-      ::close(descriptor);
-      continue;
-    }
-    return {descriptor, !OthersHoldIt(descriptor)};
-  }
-  ThrowSystemError(EAGAIN);
-}
-
-// Removes the name if this descriptor's holder is the only one left. Keeps the read lock
-// otherwise.
-bool RemoveIfLastHolder(int descriptor, const std::string& name) {
-  if (!TryTakeWriteLock(descriptor)) return false;
-  if (StillNamed(descriptor)) ::shm_unlink(ObjectName(name).c_str());
-  return true;
+const bip::permissions& Unrestricted() {
+  static const bip::permissions permissions = [] {
+    bip::permissions unrestricted;
+    unrestricted.set_unrestricted();
+    return unrestricted;
+  }();
+  return permissions;
 }
 
 }  // namespace
 
 struct SharedMemoryMapping::Impl {
   std::string name;
-  int lockDescriptor = -1;
   bool writable = false;
+  // Whether the descriptor was opened for writing: write locks, which setting up, removing
+  // and reading as the last holder take, need one.
+  bool mayWrite = false;
+  bool holding = false;
+  bip::shared_memory_object object;  // its descriptor carries this process's locks
   bip::mapped_region region;
+
+  Impl(std::string storeName, bool isWritable) : name(std::move(storeName)), writable(isWritable) {}
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
 
   ~Impl() {
     region = bip::mapped_region();
-    if (lockDescriptor >= 0) {
-      RemoveIfLastHolder(lockDescriptor, name);
-      ::close(lockDescriptor);
+    if (holding) LeaveHolders();
+  }
+
+  [[nodiscard]] int Descriptor() const noexcept { return object.get_mapping_handle().handle; }
+
+  void TakeOpeningLock() const {
+    const int descriptor = Descriptor();
+    if (!(mayWrite ? Linux::WaitForWriteLock(descriptor, StoreByte::kOpening)
+                   : Linux::WaitForReadLock(descriptor, StoreByte::kOpening))) {
+      ThrowSystemError(errno);
+    }
+  }
+
+  // Becomes one of the holders. False when the last holder removed the name while this one
+  // waited: the caller opens the name again.
+  bool JoinHolders() {
+    const int descriptor = Descriptor();
+    if (!Linux::WaitForReadLock(descriptor, StoreByte::kHolder)) ThrowSystemError(errno);
+    holding = true;
+    if (!Linux::IsStillNamed(descriptor)) return false;
+    Linux::Unlock(descriptor, StoreByte::kOpening);
+    return true;
+  }
+
+  // Only the last holder gets the write lock. It removes the name unless a store of the same
+  // name that was made afterwards has it by now (then this object has no name any more).
+  void LeaveHolders() noexcept {
+    const int descriptor = Descriptor();
+    if (mayWrite && Linux::TryWriteLock(descriptor, StoreByte::kHolder) &&
+        Linux::IsStillNamed(descriptor)) {
+      bip::shared_memory_object::remove(name.c_str());
     }
   }
 };
 
-SharedMemoryMapping SharedMemoryMapping::CreateOrOpen(const std::string& name, std::size_t size) {
-  if (TakeFault(Faults().failMappings)) ThrowSystemError(ENOMEM);
-  auto impl = std::make_unique<Impl>();
-  impl->name = name;
-  impl->writable = true;
-  const HeldObject held = HoldObject(name, true);
-  impl->lockDescriptor = held.descriptor;
-  struct stat status {};
-  if (::fstat(held.descriptor, &status) != 0) ThrowSystemError(errno);
-  const auto wanted = static_cast<off_t>(size);
-  // Alone with it: new, or left by holders that died; either way it starts zero-filled.
-  if (held.alone && status.st_size != 0 && ::ftruncate(held.descriptor, 0) != 0) ThrowSystemError(errno);
-  if ((held.alone || status.st_size < wanted) && ::ftruncate(held.descriptor, wanted) != 0) {
-    ThrowSystemError(errno);
+namespace {
+
+std::unique_ptr<SharedMemoryMapping::Impl> CreateOrOpenStore(const std::string& name,
+                                                             std::size_t size) {
+  for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
+    auto impl = std::make_unique<SharedMemoryMapping::Impl>(name, true);
+    impl->object = bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
+                                             Unrestricted());
+    impl->mayWrite = true;
+    impl->TakeOpeningLock();
+    if (!Linux::IsStillNamed(impl->Descriptor())) continue;
+    if (!Linux::OthersLock(impl->Descriptor(), StoreByte::kHolder)) {
+      // New, or left behind by holders that all ended: either way it starts zero-filled.
+      try {
+        impl->object.truncate(0);
+        impl->object.truncate(static_cast<bip::offset_t>(size));
+      } catch (...) {
+        // Nobody else holds it and no one else is opening it: a store that could not be
+        // set up is not left behind.
+        bip::shared_memory_object::remove(name.c_str());
+        throw;
+      }
+    }
+    // A live store keeps the size it has, as a Windows mapping opened by name does.
+    if (!impl->JoinHolders()) continue;
+    impl->region = bip::mapped_region(impl->object, bip::read_write);
+    return impl;
   }
+  ThrowSystemError(EAGAIN);
+}
+
+// Opens for writing where the account may, although the view is read-only: see mayWrite.
+void OpenExisting(SharedMemoryMapping::Impl& impl) {
   try {
-    bip::shared_memory_object object(bip::open_only, name.c_str(), bip::read_write);
-    impl->region = bip::mapped_region(object, bip::read_write);
+    impl.object = bip::shared_memory_object(bip::open_only, impl.name.c_str(), bip::read_write);
+    impl.mayWrite = true;
+    return;
   } catch (const bip::interprocess_exception& failure) {
+    if (failure.get_native_error() != EACCES) throw;
+  }
+  impl.object = bip::shared_memory_object(bip::open_only, impl.name.c_str(), bip::read_only);
+  impl.mayWrite = false;
+}
+
+std::unique_ptr<SharedMemoryMapping::Impl> OpenStoreReadOnly(const std::string& name) {
+  for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
+    auto impl = std::make_unique<SharedMemoryMapping::Impl>(name, false);
+    OpenExisting(*impl);
+    impl->TakeOpeningLock();
+    if (!Linux::IsStillNamed(impl->Descriptor())) continue;
+    if (!Linux::OthersLock(impl->Descriptor(), StoreByte::kHolder)) {
+      // Nobody alive holds it: it was left by processes that ended without closing it (or
+      // its creator has not set it up yet, and the creator will then make it anew). To a
+      // reader it does not exist; the one that may removes the remains.
+      if (impl->mayWrite && Linux::TryWriteLock(impl->Descriptor(), StoreByte::kHolder)) {
+        bip::shared_memory_object::remove(name.c_str());
+      }
+      ThrowSystemError(ENOENT);
+    }
+    if (!impl->JoinHolders()) continue;
+    impl->region = bip::mapped_region(impl->object, bip::read_only);
+    return impl;
+  }
+  ThrowSystemError(EAGAIN);
+}
+
+template <typename Open, typename... Arguments>
+std::unique_ptr<SharedMemoryMapping::Impl> MakeMapping(Open open, const Arguments&... arguments) {
+  if (TakeFault(Faults().failMappings)) ThrowSystemError(ENOMEM);
+  try {
+    return open(arguments...);
+  } catch (const bip::interprocess_exception& failure) {
+    // Boost's text for a system failure is the system's own (strerror).
     throw SharedMemoryError(failure.what());
   }
-  return SharedMemoryMapping(std::move(impl));
+}
+
+}  // namespace
+
+SharedMemoryMapping SharedMemoryMapping::CreateOrOpen(const std::string& name, std::size_t size) {
+  return SharedMemoryMapping(MakeMapping(CreateOrOpenStore, name, size));
 }
 
 SharedMemoryMapping SharedMemoryMapping::OpenReadOnly(const std::string& name) {
-  if (TakeFault(Faults().failMappings)) ThrowSystemError(ENOMEM);
-  auto impl = std::make_unique<Impl>();
-  impl->name = name;
-  const HeldObject held = HoldObject(name, false);
-  impl->lockDescriptor = held.descriptor;
-  if (held.alone && RemoveIfLastHolder(held.descriptor, name)) {
-    // Nobody alive holds it: what is there was left by processes that died.
-    ThrowSystemError(ENOENT);
-  }
-  try {
-    bip::shared_memory_object object(bip::open_only, name.c_str(), bip::read_only);
-    impl->region = bip::mapped_region(object, bip::read_only);
-  } catch (const bip::interprocess_exception& failure) {
-    throw SharedMemoryError(failure.what());
-  }
-  return SharedMemoryMapping(std::move(impl));
+  return SharedMemoryMapping(MakeMapping(OpenStoreReadOnly, name));
 }
 
-SharedMemoryMapping::SharedMemoryMapping(std::unique_ptr<Impl> impl) noexcept : impl_(std::move(impl)) {}
+SharedMemoryMapping::SharedMemoryMapping(std::unique_ptr<Impl> impl) noexcept
+    : impl_(std::move(impl)) {}
 SharedMemoryMapping::SharedMemoryMapping(SharedMemoryMapping&&) noexcept = default;
 SharedMemoryMapping& SharedMemoryMapping::operator=(SharedMemoryMapping&&) noexcept = default;
 SharedMemoryMapping::~SharedMemoryMapping() = default;

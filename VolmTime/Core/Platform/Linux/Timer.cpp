@@ -24,7 +24,8 @@ timespec FromTimeUnits(std::uint64_t units) noexcept {
 }
 
 timespec FromMilliseconds(std::int32_t milliseconds) noexcept {
-  return {static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1'000'000L};
+  return {static_cast<time_t>(milliseconds / 1000),
+          static_cast<long>(milliseconds % 1000) * 1'000'000L};
 }
 
 bool Disarm(int timer) noexcept {
@@ -95,9 +96,10 @@ bool ArmWaitableTimer(NativeHandle timer, std::int64_t dueTime, std::int32_t per
   const auto epoch = static_cast<std::int64_t>(kUnixEpochAsFileTime);
   if (dueTime < 0) {
     // Relative: on the monotonic clock, so a change of the system time does not move it.
-    const std::uint64_t units = dueTime == std::numeric_limits<std::int64_t>::min()
-                                    ? static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())
-                                    : static_cast<std::uint64_t>(-dueTime);
+    const std::uint64_t units =
+        dueTime == std::numeric_limits<std::int64_t>::min()
+            ? static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())
+            : static_cast<std::uint64_t>(-dueTime);
     setting.it_value = FromTimeUnits(units);
   } else if (dueTime > epoch) {
     // Absolute: on the system clock, so it fires when the system time reaches it.
@@ -126,7 +128,8 @@ bool CancelWaitableTimer(NativeHandle timer) noexcept {
   bool fired = false;
   for (const int inner : {entry->monotonicTimer, entry->realtimeTimer}) {
     std::uint64_t expirations = 0;
-    if (::read(inner, &expirations, sizeof expirations) == static_cast<ssize_t>(sizeof expirations)) {
+    if (::read(inner, &expirations, sizeof expirations) ==
+        static_cast<ssize_t>(sizeof expirations)) {
       fired = true;
     }
   }

@@ -22,7 +22,8 @@ namespace {
 // the caller puts the reason inside its own sentence.
 std::string Reason(const bip::interprocess_exception& failure) {
   std::string reason = failure.what();
-  while (!reason.empty() && (reason.back() == '\n' || reason.back() == '\r' || reason.back() == ' ')) {
+  while (!reason.empty() &&
+         (reason.back() == '\n' || reason.back() == '\r' || reason.back() == ' ')) {
     reason.pop_back();
   }
   return reason;
@@ -88,7 +89,8 @@ SharedMemoryMapping SharedMemoryMapping::OpenReadOnly(const std::string& name) {
   return SharedMemoryMapping(MakeMapping(name));
 }
 
-SharedMemoryMapping::SharedMemoryMapping(std::unique_ptr<Impl> impl) noexcept : impl_(std::move(impl)) {}
+SharedMemoryMapping::SharedMemoryMapping(std::unique_ptr<Impl> impl) noexcept
+    : impl_(std::move(impl)) {}
 SharedMemoryMapping::SharedMemoryMapping(SharedMemoryMapping&&) noexcept = default;
 SharedMemoryMapping& SharedMemoryMapping::operator=(SharedMemoryMapping&&) noexcept = default;
 SharedMemoryMapping::~SharedMemoryMapping() = default;

@@ -23,6 +23,8 @@ bool ArmWaitableTimer(NativeHandle timer, std::int64_t dueTime, std::int32_t per
   return ::SetWaitableTimer(timer, &due, periodMs, nullptr, nullptr, FALSE) != FALSE;
 }
 
-bool CancelWaitableTimer(NativeHandle timer) noexcept { return ::CancelWaitableTimer(timer) != FALSE; }
+bool CancelWaitableTimer(NativeHandle timer) noexcept {
+  return ::CancelWaitableTimer(timer) != FALSE;
+}
 
 }  // namespace VolmTime::Core::Platform

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "BuiltinBench.h"
 #include "tools/common/ChildProcess.h"
 
 #include <boost/property_tree/json_parser.hpp>
@@ -50,7 +51,12 @@ constexpr Row kLatenessRows[] = {
 }  // namespace
 
 int RunBench(const Arguments& arguments) {
-  arguments.Allow({"--json"});
+  arguments.Allow({"--json", "--builtin", "--rounds"});
+  const int rounds = static_cast<int>(arguments.Number("--rounds", 30, 3, 10'000));
+  // Google Benchmark's program is built on Linux only; elsewhere the tool measures itself.
+  if (arguments.Has("--builtin") || !std::ifstream(SiblingProgram("volm_benchmarks"))) {
+    return RunBuiltinBench(rounds);
+  }
   const std::string json = arguments.Text("--json", "volmtime-bench.json");
   ChildProcess benchmarks(SiblingProgram("volm_benchmarks"),
                           {"--benchmark_out=" + json, "--benchmark_out_format=json"});

@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    const Arguments arguments(argc, argv, 2, {"--help", "--quiet"});
+    const Arguments arguments(argc, argv, 2, {"--help", "--quiet", "--builtin"});
     if (arguments.Has("--help")) {
       std::printf("usage: %s\n%s\n", found->second.usage, found->second.summary);
       return 0;

@@ -99,19 +99,17 @@ auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
 // and the latest sample alone gives what the full lookup would, with a handful of loads;
 // anything else (an earlier key, a header between two publishes, a lapping writer) is left
 // to the full lookup.
-std::optional<CorrectionSample> LatestSegmentFor(const SampleStore& store, std::uint64_t key,
-                                                 bool byTick) noexcept {
+[[gnu::always_inline]] inline bool LatestSegmentFor(const SampleStore& store, std::uint64_t key, bool byTick,
+                                                   CorrectionSample& latest) noexcept {
   const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
   const std::uint32_t flags =
       FlagsOf(LoadShared(store.header.countAndFlags, std::memory_order_acquire));
   const std::uint32_t stamp = StampOfFlags(flags);
-  if ((flags & kFlagLatestValid) == 0 || StampOfLatestSlot(latestSlot) != stamp)
-    return std::nullopt;
-  const CorrectionSample latest = LoadSample(store.latestRing[latestSlot & kLatestSlotMask]);
-  if ((byTick ? latest.tick : latest.time) > key || latest.rate == 0.0) return std::nullopt;
+  if ((flags & kFlagLatestValid) == 0 || StampOfLatestSlot(latestSlot) != stamp) return false;
+  latest = LoadSample(store.latestRing[latestSlot & kLatestSlotMask]);
+  if ((byTick ? latest.tick : latest.time) > key || latest.rate == 0.0) return false;
   const std::uint32_t now = LoadShared(store.header.appendGeneration, std::memory_order_acquire);
-  if (((now - stamp) & kPublishStampMask) > kAppendsAViewSurvives) return std::nullopt;
-  return latest;
+  return ((now - stamp) & kPublishStampMask) <= kAppendsAViewSurvives;
 }
 
 std::uint64_t KeyOf(const CorrectionSample& sample, bool byTick) noexcept {
@@ -148,8 +146,9 @@ CorrectionSample FindSegmentIn(const ReadableSequence& sequence, bool byTick, st
 
 template <typename Tick, typename Time>
 Time PiecewiseLinearCorrectionFunction<Tick, Time>::TickToTime(Tick tick) const {
-  if (const std::optional<CorrectionSample> latest = LatestSegmentFor(*store_, tick, true)) {
-    return latest->time + TruncateToUint64(ToDouble(tick - latest->tick) * latest->rate);
+  CorrectionSample latest;
+  if (LatestSegmentFor(*store_, tick, true, latest)) {
+    return latest.time + TruncateToUint64(ToDouble(tick - latest.tick) * latest.rate);
   }
   const CorrectionSample segment = ReadConsistently(*store_, [&](const ReadableSequence& sequence) {
     return FindSegmentIn(sequence, true, tick);
@@ -159,8 +158,9 @@ Time PiecewiseLinearCorrectionFunction<Tick, Time>::TickToTime(Tick tick) const 
 
 template <typename Tick, typename Time>
 Tick PiecewiseLinearCorrectionFunction<Tick, Time>::TimeToTick(Time time) const {
-  if (const std::optional<CorrectionSample> latest = LatestSegmentFor(*store_, time, false)) {
-    return latest->tick + TruncateToUint64(ToDouble(time - latest->time) / latest->rate);
+  CorrectionSample latest;
+  if (LatestSegmentFor(*store_, time, false, latest)) {
+    return latest.tick + TruncateToUint64(ToDouble(time - latest.time) / latest.rate);
   }
   const CorrectionSample segment = ReadConsistently(*store_, [&](const ReadableSequence& sequence) {
     return FindSegmentIn(sequence, false, time);

@@ -5,11 +5,13 @@
 //                                         or until released, exit 0
 //   read-store NAME BYTE                  exit 0 if NAME's bytes are all BYTE, 1 if not,
 //                                         2 if it cannot be opened (the reason on stderr)
-//   churn NAME SIZE MS                    for MS milliseconds open NAME as writer or reader
-//                                         and close it again; exit 1 if a view it got is
-//                                         smaller than SIZE or not set up, 0 otherwise
+//   churn NAME SIZE MS                    for MS milliseconds open NAME as writer and as
+//                                         reader in turn; exit 1 if a view is smaller than
+//                                         SIZE or not set up, or an opening fails for any
+//                                         reason but a missing name, 0 otherwise
 #include "VolmTime/Core/Platform/SharedMemory.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -62,6 +64,13 @@ int ReadStore(const std::string& name, int byte) {
 constexpr unsigned char kStamp = 0xA5;
 
 int Churn(const std::string& name, std::size_t size, long durationMs) {
+  // The only failure allowed is the one for a name that does not exist (no writer holds it).
+  std::string missing;
+  try {
+    (void)SharedMemoryMapping::OpenReadOnly(name + "-never");
+  } catch (const SharedMemoryError& failure) {
+    missing = failure.what();
+  }
   const auto end = Clock::now() + std::chrono::milliseconds(durationMs);
   for (unsigned round = 0; Clock::now() < end; ++round) {
     try {
@@ -70,15 +79,20 @@ int Churn(const std::string& name, std::size_t size, long durationMs) {
         if (writer.Size() < size) return 1;
         auto* bytes = static_cast<unsigned char*>(writer.Address());
         bytes[size - 1] = kStamp;
-        bytes[0] = kStamp;
+        std::atomic_ref<unsigned char>(bytes[0]).store(kStamp, std::memory_order_release);
       } else {
         const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
         if (reader.Size() < size) return 1;
-        const auto* bytes = static_cast<const unsigned char*>(reader.Address());
-        if (bytes[0] == kStamp && bytes[size - 1] != kStamp) return 1;
+        auto* bytes = static_cast<unsigned char*>(reader.Address());  // only read
+        const bool stamped =
+            std::atomic_ref<unsigned char>(bytes[0]).load(std::memory_order_acquire) == kStamp;
+        if (stamped && bytes[size - 1] != kStamp) return 1;
       }
-    } catch (const SharedMemoryError&) {
-      // A reader may come when no writer holds the store: it is then gone.
+    } catch (const SharedMemoryError& failure) {
+      if (failure.what() != missing) {
+        std::fprintf(stderr, "churn: %s\n", failure.what());
+        return 1;
+      }
     }
   }
   return 0;
@@ -90,7 +104,8 @@ int main(int argc, char** argv) {
   const std::string command = argc > 1 ? argv[1] : "";
   try {
     if (command == "create-store" && argc == 6) {
-      return CreateStore(argv[2], std::strtoull(argv[3], nullptr, 10), std::atoi(argv[4]), std::atol(argv[5]));
+      return CreateStore(argv[2], std::strtoull(argv[3], nullptr, 10), std::atoi(argv[4]),
+                         std::atol(argv[5]));
     }
     if (command == "read-store" && argc == 4) return ReadStore(argv[2], std::atoi(argv[3]));
     if (command == "churn" && argc == 5) {

@@ -1,15 +1,13 @@
-// Named shared memory: created by one process, opened by others, gone with its last holder.
+// Named shared memory within one process: creating, opening, sharing bytes, lifetime.
 #include "VolmTime/Core/Platform/FaultInjection.h"
 #include "VolmTime/Core/Platform/SharedMemory.h"
 
 #include "tests/support/UniqueName.h"
-#include "tools/common/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstring>
-#include <thread>
+#include <optional>
 
 namespace {
 
@@ -17,104 +15,102 @@ using namespace VolmTime::Core::Platform;
 
 constexpr std::size_t kSize = 1 << 20;
 
-std::string ReasonOfOpening(const std::string& name) {
+// The reason an opening for reading fails, or nothing when it succeeds.
+std::optional<std::string> FailureOfOpening(const std::string& name) {
   try {
-    SharedMemoryMapping::OpenReadOnly(name);
+    (void)SharedMemoryMapping::OpenReadOnly(name);
   } catch (const SharedMemoryError& failure) {
     return failure.what();
   }
-  return "";
+  return std::nullopt;
 }
 
-// Waits until another process has made the store.
-bool WaitUntilOpenable(const std::string& name) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (std::chrono::steady_clock::now() < deadline) {
-    if (ReasonOfOpening(name).empty()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
+unsigned char ByteAt(const SharedMemoryMapping& mapping, std::size_t offset) {
+  return static_cast<const unsigned char*>(mapping.Address())[offset];
 }
 
-TEST(SharedMemory, ReaderInTheSameProcessSeesTheWritersBytes) {
+TEST(SharedMemory, NewStoreIsZeroFilledAndReadersSeeTheWritersBytes) {
   const std::string name = UniqueName("volm-shm");
   SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
   ASSERT_GE(writer.Size(), kSize);
   EXPECT_TRUE(writer.IsWritable());
-  const auto* fresh = static_cast<const unsigned char*>(writer.Address());
-  EXPECT_EQ(fresh[0], 0);
-  EXPECT_EQ(fresh[kSize - 1], 0);
+  EXPECT_EQ(writer.Name(), name);
+  EXPECT_EQ(ByteAt(writer, 0), 0);
+  EXPECT_EQ(ByteAt(writer, kSize - 1), 0);
   std::memset(writer.Address(), 0x5A, kSize);
   const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
   EXPECT_FALSE(reader.IsWritable());
   EXPECT_EQ(reader.Name(), name);
   ASSERT_GE(reader.Size(), kSize);
-  EXPECT_EQ(static_cast<const unsigned char*>(reader.Address())[kSize / 2], 0x5A);
+  EXPECT_EQ(ByteAt(reader, kSize / 2), 0x5A);
+  static_cast<unsigned char*>(writer.Address())[kSize / 2] = 0x17;
+  EXPECT_EQ(ByteAt(reader, kSize / 2), 0x17);
 }
 
-TEST(SharedMemory, OpeningAMissingNameFailsWithTheSystemsReason) {
-  const std::string reason = ReasonOfOpening(UniqueName("volm-missing"));
-  EXPECT_FALSE(reason.empty());
-  EXPECT_NE(reason.back(), '\n');
+TEST(SharedMemory, OpeningANameThatDoesNotExistFailsWithTheSystemsReason) {
+  const std::optional<std::string> reason = FailureOfOpening(UniqueName("volm-missing"));
+  ASSERT_TRUE(reason.has_value());
+  ASSERT_FALSE(reason->empty());
+  EXPECT_NE(reason->back(), '\n');
+  EXPECT_NE(reason->back(), '\r');
 }
 
-TEST(SharedMemory, SecondOpenerSharesTheExistingStore) {
+TEST(SharedMemory, SecondWriterOpensTheLiveStoreWithItsBytesAndSize) {
   const std::string name = UniqueName("volm-shm");
   SharedMemoryMapping first = SharedMemoryMapping::CreateOrOpen(name, kSize);
   static_cast<unsigned char*>(first.Address())[7] = 42;
-  SharedMemoryMapping second = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  EXPECT_EQ(static_cast<unsigned char*>(second.Address())[7], 42);
+  // A smaller size asked for does not shrink a store that exists.
+  const SharedMemoryMapping second = SharedMemoryMapping::CreateOrOpen(name, kSize / 4);
+  EXPECT_GE(second.Size(), kSize);
+  EXPECT_EQ(ByteAt(second, 7), 42);
+}
+
+TEST(SharedMemory, ReaderKeepsTheStoreAliveAfterItsWriterCloses) {
+  const std::string name = UniqueName("volm-shm");
+  std::optional<SharedMemoryMapping> writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  static_cast<unsigned char*>(writer->Address())[100] = 9;
+  const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
+  writer.reset();
+  EXPECT_EQ(ByteAt(reader, 100), 9);
+  EXPECT_FALSE(FailureOfOpening(name).has_value());
+  // A writer that comes back finds the live store as it was, not a new one.
+  const SharedMemoryMapping again = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  EXPECT_EQ(ByteAt(again, 100), 9);
 }
 
 TEST(SharedMemory, StoreIsGoneWithItsLastHolder) {
   const std::string name = UniqueName("volm-shm");
   {
     SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+    std::memset(writer.Address(), 0x33, kSize);
     { const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name); }
-    // The writer still holds it.
-    EXPECT_TRUE(ReasonOfOpening(name).empty());
+    EXPECT_FALSE(FailureOfOpening(name).has_value()) << "the writer still holds it";
   }
-  EXPECT_FALSE(ReasonOfOpening(name).empty());
+  EXPECT_TRUE(FailureOfOpening(name).has_value());
+  // A writer under the same name starts a new, zero-filled store.
+  const SharedMemoryMapping fresh = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  EXPECT_EQ(ByteAt(fresh, 0), 0);
+  EXPECT_EQ(ByteAt(fresh, kSize - 1), 0);
+}
+
+TEST(SharedMemory, MovedMappingKeepsTheView) {
+  const std::string name = UniqueName("volm-shm");
+  SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  void* const address = writer.Address();
+  SharedMemoryMapping moved = std::move(writer);
+  EXPECT_EQ(moved.Address(), address);
+  EXPECT_EQ(moved.Name(), name);
+  EXPECT_FALSE(FailureOfOpening(name).has_value());
 }
 
 TEST(SharedMemory, MappingCanBeMadeToFail) {
+  const std::string name = UniqueName("volm-shm");
   Faults().failMappings = 1;
-  EXPECT_THROW(SharedMemoryMapping::CreateOrOpen(UniqueName("volm-shm"), kSize), SharedMemoryError);
-}
-
-TEST(SharedMemoryAcrossProcesses, SecondProcessSeesTheFirstOnesBytes) {
-  const std::string name = UniqueName("volm-xproc");
-  ChildProcess creator(SiblingProgram("volm_test_helper"),
-                       {"create-store", name, std::to_string(kSize), "99", "3000"});
-  ASSERT_TRUE(WaitUntilOpenable(name));
-  // Give the creator time to fill the store after creating it.
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  ChildProcess reader(SiblingProgram("volm_test_helper"), {"read-store", name, "99"});
-  EXPECT_EQ(reader.Wait(20'000), 0);
-  EXPECT_EQ(creator.Wait(20'000), 0);
-}
-
-TEST(SharedMemoryAcrossProcesses, StoreEndsWithTheProcessThatHeldIt) {
-  const std::string name = UniqueName("volm-xproc");
-  ChildProcess creator(SiblingProgram("volm_test_helper"),
-                       {"create-store", name, std::to_string(kSize), "7", "100"});
-  ASSERT_EQ(creator.Wait(20'000), 0);
-  ChildProcess reader(SiblingProgram("volm_test_helper"), {"read-store", name, "7"});
-  EXPECT_EQ(reader.Wait(20'000), 2);
-}
-
-// A holder that dies without closing, as in a crash.
-TEST(SharedMemoryAcrossProcesses, StoreOfAKilledHolderIsNotOpenedAsLive) {
-  const std::string name = UniqueName("volm-xproc");
-  ChildProcess creator(SiblingProgram("volm_test_helper"),
-                       {"create-store", name, std::to_string(kSize), "3", "60000"});
-  ASSERT_TRUE(WaitUntilOpenable(name));
-  creator.Kill();
-  ASSERT_TRUE(creator.Wait(20'000).has_value());
-  EXPECT_FALSE(ReasonOfOpening(name).empty());
-  // A writer that comes next starts from a zero-filled store.
-  SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  EXPECT_EQ(static_cast<const unsigned char*>(writer.Address())[100], 0);
+  EXPECT_THROW((void)SharedMemoryMapping::CreateOrOpen(name, kSize), SharedMemoryError);
+  const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  Faults().failMappings = 1;
+  EXPECT_THROW((void)SharedMemoryMapping::OpenReadOnly(name), SharedMemoryError);
+  EXPECT_NO_THROW((void)SharedMemoryMapping::OpenReadOnly(name));
 }
 
 }  // namespace

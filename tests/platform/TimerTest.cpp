@@ -96,7 +96,7 @@ int ReleasedByOneFiring(NativeHandle timer, int waiters) {
   std::vector<std::thread> threads;
   for (int i = 0; i < waiters; ++i) {
     threads.emplace_back([&] {
-      if (WaitForOne(timer, 1'000) == kWaitObject0) ++released;
+      if (WaitForOne(timer, 400) == kWaitObject0) ++released;
     });
   }
   std::this_thread::sleep_for(std::chrono::milliseconds(50));

@@ -10,8 +10,8 @@
 namespace VolmTime::Core::Platform {
 
 // Thrown when named shared memory cannot be created, opened or mapped. what() is the
-// system's reason, without trailing line breaks (for example "File not found." or
-// "No such file or directory").
+// system's reason, without trailing line breaks (for a missing name: "The system cannot find
+// the file specified." on Windows, "No such file or directory" on Linux).
 class SharedMemoryError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -19,7 +19,8 @@ class SharedMemoryError : public std::runtime_error {
 
 // A named shared-memory object and one view of all of it. The name is used as it stands,
 // without prefix. The store exists while any process holds it: the last holder's release
-// removes it, and a store whose holders all died is not opened as a live one.
+// removes it, and a store whose holders all died is not opened as a live one (a reader is
+// told it does not exist, a writer starts it anew). Opening a live store keeps its size.
 class SharedMemoryMapping {
  public:
   // Creates the store with `size` bytes, zero-filled, read-write, open to every account, or

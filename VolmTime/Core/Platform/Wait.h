@@ -17,8 +17,9 @@ namespace VolmTime::Core::Platform {
 // true), kWaitTimeout, or kWaitFailed for an invalid handle, a null array, a count of 0 or
 // more than kMaximumWaitObjects. The wait consumes the signal of the auto-reset objects it
 // reports (timers, events), so one signal releases one waiting thread. On Linux a host may
-// pass any pollable descriptor (pipe, socket, eventfd); only timerfd and eventfd signals
-// are consumed.
+// pass any pollable descriptor (pipe, socket, eventfd); of those, only the signals of
+// non-blocking eventfd and timerfd descriptors are consumed (a read of a blocking one could
+// hang), and a pipe's or socket's data is left for the host.
 [[nodiscard]] std::uint32_t WaitForMany(const NativeHandle* handles, std::uint32_t count,
                                         bool waitAll, std::uint32_t timeoutMs) noexcept;
 

@@ -82,7 +82,9 @@ struct SharedMemoryMapping::Impl {
   }
 
   // Only the last holder gets the write lock. It removes the name unless a store of the same
-  // name that was made afterwards has it by now (then this object has no name any more).
+  // name that was made afterwards has it by now (then this object has no name any more). A
+  // reader that could only open the store read-only cannot take the lock: what it leaves is
+  // found abandoned by the next opener.
   void LeaveHolders() noexcept {
     const int descriptor = Descriptor();
     if (mayWrite && Linux::TryWriteLock(descriptor, StoreByte::kHolder) &&

@@ -26,15 +26,16 @@ Consumption ConsumptionOfForeign(int descriptor) {
   const ssize_t length = ::readlink(link.c_str(), target.data(), target.size());
   if (length <= 0) return Consumption::kNone;
   const std::string_view kind(target.data(), static_cast<std::size_t>(length));
-  if (kind == "anon_inode:[eventfd]" || kind == "anon_inode:[timerfd]") return Consumption::kCounter;
-  return Consumption::kNone;
+  const bool isCounter = kind == "anon_inode:[eventfd]" || kind == "anon_inode:[timerfd]";
+  return isCounter ? Consumption::kCounter : Consumption::kNone;
 }
 
 // Only "nothing to read" means that someone else took the signal; any other failure is the
 // object's own report, and the wait passes it on rather than spin on it.
 bool ReadCounter(int descriptor) noexcept {
   std::uint64_t value = 0;
-  return ::read(descriptor, &value, sizeof value) == static_cast<ssize_t>(sizeof value) || errno != EAGAIN;
+  return ::read(descriptor, &value, sizeof value) == static_cast<ssize_t>(sizeof value) ||
+         errno != EAGAIN;
 }
 
 bool ConsumeTimerSet(int set) noexcept {

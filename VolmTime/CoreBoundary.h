@@ -24,6 +24,17 @@ VolmResult CoreBoundary(Object& object, Body&& body) noexcept {
   }
 }
 
+// A core query under the core boundary: the value is written to `out` only when the query
+// succeeded; a null `out` is refused with VOLM_E_POINTER before the core is asked.
+template <typename Object, typename Value, typename Query>
+VolmResult ReadThroughCore(Object& object, Value* out, Query&& query) noexcept {
+  if (out == nullptr) return VOLM_E_POINTER;
+  Value value{};
+  const VolmResult result = CoreBoundary(object, [&] { value = query(); });
+  if (VolmSucceeded(result)) *out = value;
+  return result;
+}
+
 }  // namespace VolmTime
 
 #endif  // VOLMTIME_COREBOUNDARY_H

@@ -5,19 +5,6 @@
 
 namespace VolmTime {
 
-namespace {
-
-template <typename Value, typename Query>
-VolmResult ReadThroughCore(HighResDriverCounter& counter, Value* out, Query&& query) noexcept {
-  if (out == nullptr) return VOLM_E_POINTER;
-  Value value{};
-  const VolmResult result = CoreBoundary(counter, [&] { value = query(); });
-  if (VolmSucceeded(result)) *out = value;
-  return result;
-}
-
-}  // namespace
-
 VolmResult HighResDriverCounter::GetName(IVolmWideCharString** name) {
   return CoreBoundary(*this, [&] {
     CVolmPtr<CVolmWideCharString> made(new CVolmWideCharString(WideStringView(core_->GetName())));

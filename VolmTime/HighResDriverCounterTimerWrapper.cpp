@@ -3,6 +3,7 @@
 #include "VolmTime/HighResDriverCounter.h"
 #include "VolmTime/WindowsWaitableTickTimer.h"
 #include "framework/ComponentBoundary.h"
+#include "framework/RequiredPart.h"
 #include "framework/ThrowIfFailed.h"
 
 namespace VolmTime {
@@ -16,20 +17,15 @@ constexpr VolmCallSite kGetFrequencyCall{kSourceFile, 75};
 constexpr VolmCallSite kIsAvailableCall{kSourceFile, 92};
 constexpr VolmCallSite kHasTickTimerCall{kSourceFile, 102};
 
-template <typename Component>
-Component* Required(Component* component) {
-  if (component == nullptr) {
-    throw CVolmException(VOLM_E_POINTER,
-                         VOLM_TEXT("A counter wrapper needs a counter and a correction function."));
-  }
-  return component;
-}
+constexpr const VolmWideChar* kMissingPart =
+    VOLM_TEXT("A counter wrapper needs a counter and a correction function.");
 
 }  // namespace
 
 HighResDriverCounterTimerWrapper::HighResDriverCounterTimerWrapper(IHighResolutionCounter2* inner,
                                                                    ICorrectionFunction2* correction)
-    : inner_(Required(inner)), correction_(Required(correction)) {}
+    : inner_(RequiredPart(inner, kMissingPart)),
+      correction_(RequiredPart(correction, kMissingPart)) {}
 
 HighResDriverCounterTimerWrapper::~HighResDriverCounterTimerWrapper() {
   correction_.Reset();

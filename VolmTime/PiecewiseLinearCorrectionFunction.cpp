@@ -4,20 +4,6 @@
 
 namespace VolmTime {
 
-namespace {
-
-// Runs a core query and writes its value only when it succeeded.
-template <typename Object, typename Value, typename Query>
-VolmResult ReadThroughCore(Object& object, Value* out, Query&& query) noexcept {
-  if (out == nullptr) return VOLM_E_POINTER;
-  Value value{};
-  const VolmResult result = CoreBoundary(object, [&] { value = query(); });
-  if (VolmSucceeded(result)) *out = value;
-  return result;
-}
-
-}  // namespace
-
 VolmResult PiecewiseLinearCorrectionFunction::TickToTime(std::uint64_t tick, std::uint64_t* time) {
   return ReadThroughCore(*this, time, [&] { return core_->TickToTime(tick); });
 }

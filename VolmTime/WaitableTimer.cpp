@@ -2,6 +2,7 @@
 
 #include "VolmTime/Core/FullRangeConversion.h"
 #include "framework/ComponentBoundary.h"
+#include "framework/RequiredPart.h"
 #include "framework/ThrowIfFailed.h"
 
 #include <cmath>
@@ -22,20 +23,14 @@ constexpr std::int32_t kSetPeriodicRateLine = 97;
 constexpr VolmCallSite kSetPeriodicCall{kSourceFile, 101};
 constexpr VolmCallSite kCancelCall{kSourceFile, 111};
 
-template <typename Component>
-Component* Required(Component* component) {
-  if (component == nullptr) {
-    throw CVolmException(
-        VOLM_E_POINTER,
-        VOLM_TEXT("A waitable timer needs a correction function and a tick timer."));
-  }
-  return component;
-}
+constexpr const VolmWideChar* kMissingPart =
+    VOLM_TEXT("A waitable timer needs a correction function and a tick timer.");
 
 }  // namespace
 
 WaitableTimer::WaitableTimer(ICorrectionFunction* correction, IWaitableTickTimer* tickTimer)
-    : correction_(Required(correction)), tickTimer_(Required(tickTimer)) {}
+    : correction_(RequiredPart(correction, kMissingPart)),
+      tickTimer_(RequiredPart(tickTimer, kMissingPart)) {}
 
 WaitableTimer::~WaitableTimer() {
   tickTimer_.Reset();

@@ -2,19 +2,14 @@
 
 #include "VolmTime/CoreBoundary.h"
 #include "framework/CVolmException.h"
+#include "framework/RequiredPart.h"
 
 namespace VolmTime {
 
 namespace {
 
-template <typename Component>
-Component* Required(Component* component) {
-  if (component == nullptr) {
-    throw CVolmException(VOLM_E_POINTER,
-                         VOLM_TEXT("A tick timer needs a counter and a correction function."));
-  }
-  return component;
-}
+constexpr const VolmWideChar* kMissingPart =
+    VOLM_TEXT("A tick timer needs a counter and a correction function.");
 
 Core::IHighResolutionCounter* CoreCounterOf(IHighResolutionCounter2& counter) {
   Core::IHighResolutionCounter* core = nullptr;
@@ -33,8 +28,8 @@ Core::CorrectionFunction64* CoreFunctionOf(ICorrectionFunction2& correction) {
 WindowsWaitableTickTimer::WindowsWaitableTickTimer(IHighResolutionCounter2* counter,
                                                    ICorrectionFunction2* correction,
                                                    Core::ITickTimerPlatform& platform)
-    : counter_(Required(counter)),
-      correction_(Required(correction)),
+    : counter_(RequiredPart(counter, kMissingPart)),
+      correction_(RequiredPart(correction, kMissingPart)),
       core_(std::make_unique<CoreTimer>(CoreCounterOf(*counter_), CoreFunctionOf(*correction_),
                                         platform)) {}
 

@@ -68,17 +68,4 @@ TEST(TimerChain, DurationsAtAnOddFrequencyTruncateTwice) {
   EXPECT_EQ(GetLiveObjectCount(), live);
 }
 
-TEST(TimerChain, TenMegahertzDurationsAreExact) {
-  ArmingRecorder platform;
-  CVolmPtr<HighResDriverCounter> counter(
-      new HighResDriverCounter(std::make_unique<SteeredCounter>(10'000'000)));
-  CVolmPtr<LinearCorrectionFunction> correction(new LinearCorrectionFunction(0, 1.0, 0));
-  CVolmPtr<WindowsWaitableTickTimer> tickTimer(
-      new WindowsWaitableTickTimer(counter.Get(), correction.Get(), platform));
-  CVolmPtr<WaitableTimer> timer(new WaitableTimer(correction.Get(), tickTimer.Get()));
-  EXPECT_EQ(timer->SetRelative(10'000), VOLM_S_OK);
-  ASSERT_EQ(platform.armings.size(), 1u);
-  EXPECT_EQ(platform.armings[0].dueTime, -10'000);
-}
-
 }  // namespace

@@ -9,37 +9,17 @@ namespace {
 
 using Wide = std::basic_string<VolmWideChar>;
 
-class BadInput : public HostTest {
- protected:
-  void SetUp() override {
-    HostTest::SetUp();
-    if (HasFatalFailure()) return;
-    TakeFactory(factory_);
-    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()),
-              VOLM_S_OK);
-    ASSERT_EQ(factory_->GetRelativeClock(clock_.Out()), VOLM_S_OK);
-  }
-  void TearDown() override {
-    clock_.Reset();
-    advanced_.Reset();
-    factory_.Reset();
-    HostTest::TearDown();
-  }
-
-  Ref<IVolmTimeFactory> factory_;
-  Ref<IVolmTimeFactoryAdvanced> advanced_;
-  Ref<IClock> clock_;
-};
+using BadInput = FactoryHostTest;
 
 TEST_F(BadInput, NullResultPointersAreRefused) {
   EXPECT_EQ(factory_->QueryInterface(IID_IClock, nullptr), VOLM_E_POINTER);
   EXPECT_EQ(factory_->IsCounterAvailable(nullptr), VOLM_E_POINTER);
-  EXPECT_EQ(clock_->GetTime(nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(relative_->GetTime(nullptr), VOLM_E_POINTER);
   bool valid = false;
-  EXPECT_EQ(clock_->TryGetTime(&valid, nullptr), VOLM_E_POINTER);
-  EXPECT_EQ(clock_->IsSystemTime(nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(relative_->TryGetTime(&valid, nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(relative_->IsSystemTime(nullptr), VOLM_E_POINTER);
   Ref<ICorrectionFunction> correction;
-  clock_->GetCorrectionFunction(correction.Out());
+  relative_->GetCorrectionFunction(correction.Out());
   EXPECT_EQ(correction->GetRate(nullptr), VOLM_E_POINTER);
   EXPECT_EQ(correction->TickToTime(1, nullptr), VOLM_E_POINTER);
   Ref<IWaitForEvents> waiter;
@@ -52,8 +32,8 @@ TEST_F(BadInput, NullOutPointersOfMakersAndGettersAreAccepted) {
   EXPECT_EQ(factory_->GetSystemClock(nullptr), VOLM_S_OK);
   EXPECT_EQ(factory_->CreateWaitForEvents(nullptr), VOLM_S_OK);
   EXPECT_EQ(advanced_->CreateLocalCorrection(nullptr), VOLM_S_OK);
-  EXPECT_EQ(clock_->GetCorrectionFunction(nullptr), VOLM_S_OK);
-  EXPECT_EQ(clock_->CreateTimer(nullptr), VOLM_S_OK);
+  EXPECT_EQ(relative_->GetCorrectionFunction(nullptr), VOLM_S_OK);
+  EXPECT_EQ(relative_->CreateTimer(nullptr), VOLM_S_OK);
 }
 
 TEST_F(BadInput, NullNamesAreRefused) {

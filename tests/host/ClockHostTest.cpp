@@ -7,26 +7,7 @@
 
 namespace {
 
-class ClockHostTest : public HostTest {
- protected:
-  void SetUp() override {
-    HostTest::SetUp();
-    if (HasFatalFailure()) return;
-    TakeFactory(factory_);
-    ASSERT_EQ(factory_->GetRelativeClock(relative_.Out()), VOLM_S_OK);
-    ASSERT_EQ(factory_->GetSystemClock(system_.Out()), VOLM_S_OK);
-  }
-  void TearDown() override {
-    relative_.Reset();
-    system_.Reset();
-    factory_.Reset();
-    HostTest::TearDown();
-  }
-
-  Ref<IVolmTimeFactory> factory_;
-  Ref<IClock> relative_;
-  Ref<IClock> system_;
-};
+using ClockHostTest = FactoryHostTest;
 
 constexpr std::uint64_t kUnitsPerMs = 10'000;
 

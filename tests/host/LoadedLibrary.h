@@ -80,4 +80,31 @@ class HostTest : public ::testing::Test {
   VolmCanDllUnloadFunction canDllUnload_ = nullptr;
 };
 
+// A host that holds the factory, its advanced interface and both default clocks.
+class FactoryHostTest : public HostTest {
+ protected:
+  void SetUp() override {
+    HostTest::SetUp();
+    if (HasFatalFailure()) return;
+    TakeFactory(factory_);
+    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()),
+              VOLM_S_OK);
+    ASSERT_EQ(factory_->GetRelativeClock(relative_.Out()), VOLM_S_OK);
+    ASSERT_EQ(factory_->GetSystemClock(system_.Out()), VOLM_S_OK);
+  }
+  // A subclass releases what it holds first, then calls this.
+  void TearDown() override {
+    system_.Reset();
+    relative_.Reset();
+    advanced_.Reset();
+    factory_.Reset();
+    HostTest::TearDown();
+  }
+
+  Ref<IVolmTimeFactory> factory_;
+  Ref<IVolmTimeFactoryAdvanced> advanced_;
+  Ref<IClock> relative_;
+  Ref<IClock> system_;
+};
+
 #endif  // TESTS_HOST_LOADEDLIBRARY_H

@@ -13,24 +13,15 @@ using Wide = std::basic_string<VolmWideChar>;
 
 Wide WideOf(const std::string& text) { return Wide(text.begin(), text.end()); }
 
-class SharedTimeAcrossProcesses : public HostTest {
+class SharedTimeAcrossProcesses : public FactoryHostTest {
  protected:
-  void SetUp() override {
-    HostTest::SetUp();
-    if (HasFatalFailure()) return;
-    TakeFactory(factory_);
-    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()),
-              VOLM_S_OK);
-  }
   void TearDown() override {
     // Helpers killed while holding the store leave it without a live holder; opening it once
     // more finds that out and removes it, so no store outlives the tests.
     Ref<IPiecewiseLinearCorrection> sweep;
     (void)advanced_->OpenSharedMemoryCorrection(WideOf(name_).c_str(), sweep.Out());
     sweep.Reset();
-    advanced_.Reset();
-    factory_.Reset();
-    HostTest::TearDown();
+    FactoryHostTest::TearDown();
   }
 
   std::unique_ptr<ChildProcess> Helper(const std::vector<std::string>& arguments) {
@@ -51,8 +42,6 @@ class SharedTimeAcrossProcesses : public HostTest {
   }
 
   std::string name_ = UniqueName("volm-shared");
-  Ref<IVolmTimeFactory> factory_;
-  Ref<IVolmTimeFactoryAdvanced> advanced_;
 };
 
 TEST_F(SharedTimeAcrossProcesses, ReadersInOtherProcessesEvaluateTheWritersFunction) {

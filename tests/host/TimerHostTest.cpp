@@ -15,20 +15,16 @@ double MillisecondsSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-class TimerHostTest : public HostTest {
+class TimerHostTest : public FactoryHostTest {
  protected:
   void SetUp() override {
-    HostTest::SetUp();
+    FactoryHostTest::SetUp();
     if (HasFatalFailure()) return;
-    TakeFactory(factory_);
-    ASSERT_EQ(factory_->GetRelativeClock(relative_.Out()), VOLM_S_OK);
     ASSERT_EQ(relative_->CreateTimer(timer_.Out()), VOLM_S_OK);
   }
   void TearDown() override {
     timer_.Reset();
-    relative_.Reset();
-    factory_.Reset();
-    HostTest::TearDown();
+    FactoryHostTest::TearDown();
   }
 
   std::int32_t Wait(std::uint32_t timeoutMs) {
@@ -37,8 +33,6 @@ class TimerHostTest : public HostTest {
     return outcome;
   }
 
-  Ref<IVolmTimeFactory> factory_;
-  Ref<IClock> relative_;
   Ref<IWaitableTimer> timer_;
 };
 

@@ -1,12 +1,10 @@
 #include "VolmTime/SynchronizedClock.h"
 
-#include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/DurationTicks.h"
 #include "VolmTime/Core/Platform/SystemTime.h"
 #include "VolmTime/WaitableTimer.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ThrowIfFailed.h"
-
-#include <cmath>
 
 namespace VolmTime {
 
@@ -15,8 +13,6 @@ namespace {
 constexpr VolmCallSite kCreateTickTimerCall{"SynchronizedClock", 41};
 // Sleeps up to 2 ms yield-spin on the counter instead of using a platform timer.
 constexpr std::uint64_t kLongestSpin = 20'000;
-
-bool IsUsableRate(double rate) noexcept { return rate > 0.0 && !std::isinf(rate); }
 
 }  // namespace
 
@@ -91,15 +87,10 @@ VolmResult SynchronizedClock::SleepTime(const std::uint64_t& duration) {
   double rate = 0.0;
   const VolmResult rateResult = correction_->GetRate(&rate);
   if (VolmFailed(rateResult)) return rateResult;
-  if (!IsUsableRate(rate)) {
-    return StoreNewError(
-        *this, VOLM_E_FAIL,
-        VOLM_TEXT("The clock's correction function has no usable rate (it must be a "
-                  "finite number above 0), so the duration cannot be converted into "
-                  "ticks."));
-  }
-  const std::uint64_t ticks = Core::TruncateToUint64(Core::ToDouble(duration) / rate);
-  return duration <= kLongestSpin ? counter_->SpinTick(ticks) : counter_->SleepTick(ticks);
+  const Core::DurationTicks converted = Core::TicksForDuration(duration, rate);
+  if (converted.failure != nullptr) return StoreNewError(*this, VOLM_E_FAIL, converted.failure);
+  return duration <= kLongestSpin ? counter_->SpinTick(converted.ticks)
+                                  : counter_->SleepTick(converted.ticks);
 }
 
 VolmResult SynchronizedClock::IsSystemTime(bool* isSystemTime) {

@@ -105,32 +105,46 @@ VolmResult VolmTimeFactory::IsCounterAvailable(bool* available) {
   return VOLM_S_OK;
 }
 
-PiecewiseLinearCorrectionFunctionSharedMemory* VolmTimeFactory::AcquireNamedFunction(
+PiecewiseLinearCorrectionFunctionSharedMemory* VolmTimeFactory::FindNamedFunction(
     const WideString& name) {
-  auto found = namedFunctions_.find(name);
+  const auto found = namedFunctions_.find(name);
   // A function whose count has reached 0 is being destroyed: its entry counts as absent and
   // is replaced, so the dying function's callback finds no entry of its own to erase.
   if (found != namedFunctions_.end() && found->second.function->TryAddRef()) {
     return found->second.function;
   }
-  CVolmPtr<PiecewiseLinearCorrectionFunctionSharedMemory> made(
-      new PiecewiseLinearCorrectionFunctionSharedMemory(NarrowToLowBytes(name), false));
-  made->BindToFactory(this);
-  const NamedFunction entry{made->PrimaryUnknown(), made.Get()};
-  if (found != namedFunctions_.end()) {
-    found->second = entry;
-  } else {
-    namedFunctions_.emplace(name, entry);
-  }
-  return made.Detach();
+  return nullptr;
+}
+
+void VolmTimeFactory::EnterNamedFunction(const WideString& name,
+                                         PiecewiseLinearCorrectionFunctionSharedMemory* function) {
+  function->BindToFactory(this);
+  namedFunctions_.insert_or_assign(name, NamedFunction{function->PrimaryUnknown(), function});
 }
 
 VolmResult VolmTimeFactory::CreateSynchronizedClock(const VolmWideChar* name, IClock** clock) {
   if (name == nullptr) return VOLM_E_POINTER;
   return ComponentBoundary(*this, [&] {
-    std::lock_guard lock(ModuleLock());
+    const WideString key(name);
+    // Released after the module lock: a store opened by this call but not needed any more,
+    // which is bound to nothing.
+    CVolmPtr<PiecewiseLinearCorrectionFunctionSharedMemory> opened;
+    std::unique_lock lock(ModuleLock());
     CVolmPtr<PiecewiseLinearCorrectionFunctionSharedMemory> function;
-    function.Attach(AcquireNamedFunction(name));
+    function.Attach(FindNamedFunction(key));
+    if (!function) {
+      // Opening a store may wait on other processes, which is never done under the module
+      // lock. Another thread may open the same name meanwhile; the first one entered is used.
+      lock.unlock();
+      opened = new PiecewiseLinearCorrectionFunctionSharedMemory(NarrowToLowBytes(key), false);
+      lock.lock();
+      function.Attach(FindNamedFunction(key));
+      if (!function) {
+        EnterNamedFunction(key, opened.Get());
+        function = opened;
+        opened.Reset();
+      }
+    }
     CVolmPtr<ICorrectionFunction> correction;
     function->QueryInterface(VolmIds().correctionFunction, correction.PutVoid());
     CVolmPtr<IClock> made(new SynchronizedClock(counter_.Get(), correction.Get(), false));

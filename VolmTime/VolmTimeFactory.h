@@ -67,9 +67,13 @@ class VolmTimeFactory : public CVolmUnknownImpl2<IVolmTimeFactory, IVolmTimeFact
 
   VolmResult MakeSharedMemoryCorrection(const VolmWideChar* name, bool isWriter,
                                         IPiecewiseLinearCorrection** function);
-  // The reader for `name` with one reference for the caller, opened once per name.
+  // The live reader entered for `name`, with one reference for the caller, or null. Called
+  // under the module lock.
+  PiecewiseLinearCorrectionFunctionSharedMemory* FindNamedFunction(const WideString& name);
+  // Enters `function` for `name` (replacing a dying one) and binds it to this factory.
   // Called under the module lock.
-  PiecewiseLinearCorrectionFunctionSharedMemory* AcquireNamedFunction(const WideString& name);
+  void EnterNamedFunction(const WideString& name,
+                          PiecewiseLinearCorrectionFunctionSharedMemory* function);
 
   CVolmPtr<IHighResolutionCounter2> counter_;
   CVolmPtr<IClock> relativeClock_;

@@ -1,11 +1,9 @@
 #include "VolmTime/WaitableTimer.h"
 
-#include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/DurationTicks.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/RequiredPart.h"
 #include "framework/ThrowIfFailed.h"
-
-#include <cmath>
 
 namespace VolmTime {
 
@@ -41,14 +39,9 @@ std::uint64_t WaitableTimer::DurationToTicks(std::uint64_t duration, std::int32_
   double rate = 0.0;
   ThrowIfFailed(correction_.Get(), correction_->GetRate(&rate),
                 VolmCallSite{kSourceFile, rateLine});
-  // Dividing by such a rate gives no tick count worth arming a timer with.
-  if (!(rate > 0.0) || std::isinf(rate)) {
-    throw CVolmException(VOLM_E_FAIL,
-                         VOLM_TEXT("The clock's correction function has no usable rate (it must be "
-                                   "a finite number above 0), so the duration cannot be converted "
-                                   "into ticks."));
-  }
-  return Core::TruncateToUint64(Core::ToDouble(duration) / rate);
+  const Core::DurationTicks converted = Core::TicksForDuration(duration, rate);
+  if (converted.failure != nullptr) throw CVolmException(VOLM_E_FAIL, converted.failure);
+  return converted.ticks;
 }
 
 VolmResult WaitableTimer::GetHandle(VolmHandle* handle) {

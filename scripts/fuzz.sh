@@ -10,7 +10,7 @@ mkdir -p "$out"
 clang++ -std=c++20 -g -O1 -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=all \
   -I. -Iinclude \
   tests/fuzz/StoreReaderFuzzer.cpp VolmTime/Core/PiecewiseLinearCorrectionFunction.cpp \
-  VolmTime/Core/CException.cpp framework/WideText.cpp VolmTime/Core/Platform/Linux/Thread.cpp \
+  VolmTime/Core/CException.cpp framework/WideText.cpp \
   -o "$out/store_reader_fuzzer"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

@@ -2,9 +2,7 @@
 
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/FullRangeConversion.h"
-#include "VolmTime/Core/Platform/Thread.h"
 
-#include <optional>
 
 namespace VolmTime::Core {
 
@@ -16,6 +14,22 @@ constexpr std::uint32_t HistoryIndex(std::uint64_t position) noexcept {
   return static_cast<std::uint32_t>(position % kHistoryCapacity);
 }
 
+// What one Publish made visible: latestSlot is loaded before countAndFlags, the reverse of
+// the order Publish stores them, so a reader never pairs a new latest sample with an older
+// count (it may pair a new count with the previous latest sample, which the lookup takes
+// as the same sample twice).
+struct PublishedHeader {
+  std::uint32_t latestSlot;
+  std::uint64_t countAndFlags;
+
+  bool operator==(const PublishedHeader&) const = default;
+};
+
+PublishedHeader ReadHeader(const SampleStore& store) noexcept {
+  const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
+  return {latestSlot, LoadShared(store.header.countAndFlags, std::memory_order_acquire)};
+}
+
 // The published sequence as a reader sees it: history[first .. first+historyLength) in ring
 // order, then the latest sample.
 struct ReadableSequence {
@@ -24,8 +38,6 @@ struct ReadableSequence {
   std::uint32_t historyLength;
   std::uint32_t latestSlot;
   bool empty;
-  // The append generation of the Publish this view comes from.
-  std::uint32_t stamp;
 
   [[nodiscard]] std::uint32_t Length() const noexcept { return historyLength + 1; }
   [[nodiscard]] CorrectionSample At(std::uint32_t position) const noexcept {
@@ -35,81 +47,64 @@ struct ReadableSequence {
   [[nodiscard]] CorrectionSample Latest() const noexcept { return At(historyLength); }
 };
 
-// The view of one Publish, or nothing while the header is caught between two of them.
-std::optional<ReadableSequence> ReadSequence(const SampleStore& store) noexcept {
-  const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
-  const std::uint64_t countAndFlags =
-      LoadShared(store.header.countAndFlags, std::memory_order_acquire);
-  const std::uint32_t count = CountOf(countAndFlags);
-  const std::uint32_t flags = FlagsOf(countAndFlags);
-  const std::uint32_t stamp = StampOfFlags(flags);
-  if (StampOfLatestSlot(latestSlot) != stamp) return std::nullopt;
-  ReadableSequence sequence{
-      &store, 0, 0, latestSlot & kLatestSlotMask, (flags & kFlagLatestValid) == 0, stamp};
+// Every header a store can hold describes a sequence whose slots lie inside the store.
+ReadableSequence SequenceOf(const SampleStore& store, const PublishedHeader& header) noexcept {
+  const std::uint32_t count = CountOf(header.countAndFlags);
+  const std::uint32_t flags = FlagsOf(header.countAndFlags);
+  ReadableSequence sequence{&store, 0, 0, header.latestSlot & kLatestSlotMask,
+                            (flags & kFlagLatestValid) == 0};
   if (sequence.empty) return sequence;
   const std::uint32_t last = HistoryIndex(std::uint64_t{count} + kHistoryCapacity - 1);
   if ((flags & kFlagFull) != 0) {
     sequence.first = HistoryIndex(std::uint64_t{count} + kExcludedHistorySlots);
     sequence.historyLength = kHistoryCapacity - kExcludedHistorySlots;
   } else {
-    // Slots 1 to last. Whatever the header holds, both ends stay inside the history.
     sequence.first = 1;
     sequence.historyLength = last;
   }
   return sequence;
 }
 
-// A view stays intact while the writer has appended fewer than 16 samples since its Publish:
-// the latest ring has 16 slots and a full window skips 17 history slots.
-constexpr std::uint32_t kAppendsAViewSurvives = kLatestRingSize - 1;
-// A reader that keeps finding the writer in its way yields after a few attempts, so that a
-// writer preempted between its two header stores gets to finish them, and gives up after
-// many rather than spin forever on a store that never reads consistently.
-constexpr int kAttemptsBeforeYielding = 16;
-constexpr int kMaximumReadAttempts = 2'000;
+// Whether a view read under `before` can have been overwritten by the time the header reads
+// `after`. The writer overwrites a published view's slots only from its 16th append after
+// that Publish on, and samples are stored with release and loaded with acquire: a reader
+// that loaded an overwritten sample sees the Publishes that came before the overwrite. A
+// writer that publishes at least every 8 appends has by then moved count or latestSlot on
+// by 8 or more; fewer steps than that leave the view intact, and an unchanged header means
+// nothing newer was published. This check lives in the reader alone and changes no answer
+// while the store stands still.
+constexpr std::uint32_t kStepsAViewSurvives = 7;
 
-// Runs `evaluate` on a published view until it ran on one that no later append can have
-// overwritten while it read; the answer never mixes samples of two states. Samples are
-// loaded with acquire: a reader that saw an overwritten sample also sees the generation the
-// writer raised before overwriting it.
+bool ViewSurvived(const PublishedHeader& before, const PublishedHeader& after) noexcept {
+  if (before == after) return true;
+  const std::uint32_t commits = CountOf(after.countAndFlags) - CountOf(before.countAndFlags);
+  const std::uint32_t slotSteps = (after.latestSlot - before.latestSlot) & kLatestSlotMask;
+  return commits <= kStepsAViewSurvives && slotSteps <= kStepsAViewSurvives;
+}
+
+// A reader that keeps finding a view overwritten faces a writer that appends samples faster
+// than a lookup runs. It tries a few times and then says so, rather than spin: one lookup
+// is about 20 probes, so the attempts together stay within some microseconds.
+constexpr int kMaximumReadAttempts = 8;
+
+// Runs `evaluate` on a published view and answers from the first view that the writer
+// cannot have overwritten while it was read; an answer never mixes samples of two states.
 template <typename Evaluate>
 auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
-  const auto intact = [&store](const ReadableSequence& sequence) {
-    const std::uint32_t now = LoadShared(store.header.appendGeneration, std::memory_order_acquire);
-    return ((now - sequence.stamp) & kPublishStampMask) <= kAppendsAViewSurvives;
-  };
   for (int attempt = 1;; ++attempt) {
-    if (const std::optional<ReadableSequence> sequence = ReadSequence(store)) {
-      try {
-        auto result = evaluate(*sequence);
-        if (intact(*sequence)) return result;
-      } catch (const CException&) {
-        // A failure read from an overwritten view is as torn as a value.
-        if (intact(*sequence)) throw;
-      }
+    const PublishedHeader before = ReadHeader(store);
+    const ReadableSequence sequence = SequenceOf(store, before);
+    try {
+      auto result = evaluate(sequence);
+      if (ViewSurvived(before, ReadHeader(store))) return result;
+    } catch (const CException&) {
+      // A failure read from an overwritten view is as torn as a value.
+      if (ViewSurvived(before, ReadHeader(store))) throw;
     }
     if (attempt == kMaximumReadAttempts) {
       Fail(VOLM_TEXT("Correction Function changes too fast to be read."));
     }
-    if (attempt >= kAttemptsBeforeYielding) Platform::YieldTimeSlice();
   }
-}
-
-// Clock readings land in the latest segment almost always. Answering them from the header
-// and the latest sample alone gives what the full lookup would, with a handful of loads;
-// anything else (an earlier key, a header between two publishes, a lapping writer) is left
-// to the full lookup.
-[[gnu::always_inline]] inline bool LatestSegmentFor(const SampleStore& store, std::uint64_t key, bool byTick,
-                                                   CorrectionSample& latest) noexcept {
-  const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
-  const std::uint32_t flags =
-      FlagsOf(LoadShared(store.header.countAndFlags, std::memory_order_acquire));
-  const std::uint32_t stamp = StampOfFlags(flags);
-  if ((flags & kFlagLatestValid) == 0 || StampOfLatestSlot(latestSlot) != stamp) return false;
-  latest = LoadSample(store.latestRing[latestSlot & kLatestSlotMask]);
-  if ((byTick ? latest.tick : latest.time) > key || latest.rate == 0.0) return false;
-  const std::uint32_t now = LoadShared(store.header.appendGeneration, std::memory_order_acquire);
-  return ((now - stamp) & kPublishStampMask) <= kAppendsAViewSurvives;
 }
 
 std::uint64_t KeyOf(const CorrectionSample& sample, bool byTick) noexcept {
@@ -146,10 +141,6 @@ CorrectionSample FindSegmentIn(const ReadableSequence& sequence, bool byTick, st
 
 template <typename Tick, typename Time>
 Time PiecewiseLinearCorrectionFunction<Tick, Time>::TickToTime(Tick tick) const {
-  CorrectionSample latest;
-  if (LatestSegmentFor(*store_, tick, true, latest)) {
-    return latest.time + TruncateToUint64(ToDouble(tick - latest.tick) * latest.rate);
-  }
   const CorrectionSample segment = ReadConsistently(*store_, [&](const ReadableSequence& sequence) {
     return FindSegmentIn(sequence, true, tick);
   });
@@ -158,10 +149,6 @@ Time PiecewiseLinearCorrectionFunction<Tick, Time>::TickToTime(Tick tick) const 
 
 template <typename Tick, typename Time>
 Tick PiecewiseLinearCorrectionFunction<Tick, Time>::TimeToTick(Time time) const {
-  CorrectionSample latest;
-  if (LatestSegmentFor(*store_, time, false, latest)) {
-    return latest.tick + TruncateToUint64(ToDouble(time - latest.time) / latest.rate);
-  }
   const CorrectionSample segment = ReadConsistently(*store_, [&](const ReadableSequence& sequence) {
     return FindSegmentIn(sequence, false, time);
   });
@@ -198,10 +185,8 @@ void PiecewiseLinearCorrectionFunction<Tick, Time>::AddSample(const CorrectionSa
   // {0, 0}, even where an old sample of a wrapped history now sits in slot 0.
   if (sample.tick <= previous.tick) Fail(VOLM_TEXT("Ticks must be increasing"));
   if (sample.time <= previous.time) Fail(VOLM_TEXT("Time must be increasing"));
-  // Raised before the overwrites below, which are release stores: a reader that sees one
-  // of them sees the new generation too.
-  std::atomic_ref<std::uint32_t>(store_->header.appendGeneration)
-      .fetch_add(1, std::memory_order_relaxed);
+  // Release stores: a reader that loads an overwritten sample also sees every Publish
+  // made before it, and so finds its view outdated.
   if (hasLatest_) {
     StoreSample(store_->history[HistoryIndex(committedCount_)], previous);
     ++committedCount_;
@@ -236,15 +221,12 @@ std::uint64_t PiecewiseLinearCorrectionFunction<Tick, Time>::GetSampleCount() co
 template <typename Tick, typename Time>
 void PiecewiseLinearCorrectionFunction<Tick, Time>::Publish() {
   RequireWriter();
-  const std::uint32_t stamp =
-      LoadShared(store_->header.appendGeneration, std::memory_order_relaxed) & kPublishStampMask;
-  const std::uint32_t flags =
-      (full_ ? kFlagFull : 0u) | (hasLatest_ ? kFlagLatestValid : 0u) | (stamp << kFlagsStampShift);
+  const std::uint32_t flags = (full_ ? kFlagFull : 0u) | (hasLatest_ ? kFlagLatestValid : 0u);
   StoreShared(store_->header.countAndFlags,
               PackCountAndFlags(static_cast<std::uint32_t>(committedCount_), flags),
               std::memory_order_release);
   StoreShared(store_->header.latestSlot,
-              static_cast<std::uint32_t>(latestSlot_) | (stamp << kLatestSlotStampShift),
+              static_cast<std::uint32_t>(latestSlot_),
               std::memory_order_release);
 }
 

@@ -6,23 +6,12 @@ namespace VolmTime::Core {
 
 namespace {
 
-// The name byte by byte, except that a NUL byte is shown as "\0": hosts read messages as
-// zero-terminated texts, which a real NUL would cut short.
-WideString ShownName(const std::string& name) {
-  WideString shown;
-  for (const char byte : name) {
-    if (byte == '\0') {
-      shown += VOLM_TEXT("\\0");
-    } else {
-      shown.push_back(static_cast<VolmWideChar>(static_cast<unsigned char>(byte)));
-    }
-  }
-  return shown;
-}
+// Both platforms read a mapping name up to its first NUL, so that is the name a store has.
+std::string UpToFirstNul(const std::string& name) { return name.substr(0, name.find('\0')); }
 
 [[noreturn]] void NotAvailable(const std::string& name, const std::string& reason) {
   WideString message = VOLM_TEXT("The shared memory >");
-  message += ShownName(name);
+  message += WidenBytes(name);
   message += VOLM_TEXT("< is not available (");
   message += WidenBytes(reason);
   message += VOLM_TEXT(").");
@@ -34,10 +23,8 @@ WideString ShownName(const std::string& name) {
 template <typename Tick, typename Time>
 Platform::SharedMemoryMapping PiecewiseLinearCorrectionFunctionSharedMemory<Tick, Time>::Map(
     const std::string& name, bool isWriter) {
-  // Both platforms read a name only up to its first NUL, and an empty name means an
-  // unnamed mapping: neither could be found by a second process.
+  // An empty name means an unnamed mapping, which no second process could find.
   if (name.empty()) NotAvailable(name, "the name is empty");
-  if (name.find('\0') != std::string::npos) NotAvailable(name, "the name contains a NUL character");
   try {
     Platform::SharedMemoryMapping mapping =
         isWriter ? Platform::SharedMemoryMapping::CreateOrOpen(name, kSampleStoreSize)
@@ -59,8 +46,8 @@ PiecewiseLinearCorrectionFunctionSharedMemory<
     Tick, Time>::PiecewiseLinearCorrectionFunctionSharedMemory(const std::string& name,
                                                                bool isWriter)
     : PiecewiseLinearCorrectionFunction<Tick, Time>(isWriter),
-      mapping_(Map(name, isWriter)),
-      name_(name) {
+      mapping_(Map(UpToFirstNul(name), isWriter)),
+      name_(UpToFirstNul(name)) {
   auto* store = static_cast<SampleStore*>(mapping_.Address());
   if (!isWriter &&
       LoadShared(store->header.version, std::memory_order_acquire) != kSampleStoreVersion) {

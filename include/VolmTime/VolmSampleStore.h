@@ -1,7 +1,25 @@
-// The byte layout of a shared correction function's store, for hosts that look at a store
-// directly (the volmtime tool's inspect does). Little-endian, fixed offsets, the same on
-// Windows and Linux. Only one writer changes a store; see the library's documentation for
-// how a reader reads it without a lock.
+// The byte layout of a shared correction function's store, for hosts that map a store
+// themselves (the volmtime tool's inspect does). Little-endian, fixed offsets, the same on
+// Windows and Linux.
+//
+// A foreign writer works with the library's readers, and a foreign reader with the
+// library's writer, when it keeps to these rules:
+// - Only the writer writes. It may write version, capacity, countAndFlags, latestSlot and
+//   every sample slot; it leaves `reserved`, flags bits 2 to 31 and latestSlot bits 4 to 31
+//   zero, and readers ignore them.
+// - The writer fills sample slots first and then publishes: countAndFlags as one 64-bit
+//   store, then latestSlot as one 32-bit store, both with release ordering (plain stores on
+//   x86-64). Appending never touches the header.
+// - A reader loads latestSlot, then countAndFlags (acquire), then the samples they designate.
+//   The view stays intact while the writer appends fewer than 16 samples: the latest ring
+//   holds 16 samples, and a full window skips the 17 history slots written next.
+// - Readers map the store read-only and never write it.
+// On Linux every process that holds a store keeps an open-file-description read lock
+// (F_OFD_SETLK) on byte 0 of the shared-memory object while it holds it; a store nobody
+// locks so is abandoned, and the library's next writer sets it up anew. Whoever opens a
+// store locks byte 1 while it checks and joins (write lock for a writer, read lock for a
+// reader). The object is created with mode 0644: its owner's account writes, every account
+// reads.
 #ifndef VOLMTIME_VOLMSAMPLESTORE_H
 #define VOLMTIME_VOLMSAMPLESTORE_H
 
@@ -38,31 +56,14 @@ inline constexpr std::uint32_t kFlagFull = 1u << 0;
 inline constexpr std::uint32_t kFlagLatestValid = 1u << 1;
 inline constexpr std::uint32_t kLatestSlotMask = kLatestRingSize - 1;
 
-// This writer stamps each Publish with its append generation, 28 bits of it, in bits the
-// layout reserves: flags bits 2 to 29 and latestSlot bits 4 to 31. A reader that finds the
-// two stamps equal read count, flags and latest slot of one Publish; a writer that leaves
-// the bits zero simply never lets a reader retry.
-inline constexpr std::uint32_t kPublishStampMask = (1u << 28) - 1;
-inline constexpr int kFlagsStampShift = 2;
-inline constexpr int kLatestSlotStampShift = 4;
-
-constexpr std::uint32_t StampOfFlags(std::uint32_t flags) noexcept {
-  return (flags >> kFlagsStampShift) & kPublishStampMask;
-}
-constexpr std::uint32_t StampOfLatestSlot(std::uint32_t latestSlot) noexcept {
-  return (latestSlot >> kLatestSlotStampShift) & kPublishStampMask;
-}
-
 struct SampleStoreHeader {
   std::uint32_t version;
   std::uint32_t capacity;
   // count (low half) and flags (high half), written together by one 64-bit store.
   std::uint64_t countAndFlags;
+  // Bits 0 to 3 index the latest ring; the writer leaves the other bits zero.
   std::uint32_t latestSlot;
-  // Reserved in the layout; this writer counts its appends here (modulo 2^32), so that its
-  // readers can tell how many samples were overwritten since the Publish they read. Readers
-  // and writers that leave the field alone still work with ours.
-  std::uint32_t appendGeneration;
+  std::uint32_t reserved;
 };
 
 static_assert(sizeof(SampleStoreHeader) == 24);
@@ -70,7 +71,7 @@ static_assert(offsetof(SampleStoreHeader, version) == 0);
 static_assert(offsetof(SampleStoreHeader, capacity) == 4);
 static_assert(offsetof(SampleStoreHeader, countAndFlags) == 8);
 static_assert(offsetof(SampleStoreHeader, latestSlot) == 16);
-static_assert(offsetof(SampleStoreHeader, appendGeneration) == 20);
+static_assert(offsetof(SampleStoreHeader, reserved) == 20);
 
 struct SampleStore {
   SampleStoreHeader header;

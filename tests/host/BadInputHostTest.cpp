@@ -44,16 +44,18 @@ TEST_F(BadInput, NullNamesAreRefused) {
   EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(nullptr, function.Out()), VOLM_E_POINTER);
 }
 
-TEST_F(BadInput, EmptyAndNulNamesAreRefusedWithTheirReason) {
+TEST_F(BadInput, EmptyNamesAreRefusedWithTheirReason) {
   Ref<IPiecewiseLinearCorrection> function;
   const Wide empty;
   EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(empty.c_str(), function.Out()), VOLM_E_FAIL);
   EXPECT_EQ(LastErrorText(factory_.Get()),
             "The shared memory >< is not available (the name is empty).");
-  const Wide narrowsToNul = {'a', static_cast<VolmWideChar>(0x0100), 'b', 0};
+  // A character that narrows to NUL ends the name there: here nothing is left of it.
+  const Wide narrowsToNul = {static_cast<VolmWideChar>(0x0100), 'b', 0};
   EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(narrowsToNul.c_str(), function.Out()),
             VOLM_E_FAIL);
-  EXPECT_NE(LastErrorText(factory_.Get()).find("contains a NUL character"), std::string::npos);
+  EXPECT_EQ(LastErrorText(factory_.Get()),
+            "The shared memory >< is not available (the name is empty).");
   Ref<IClock> clock;
   EXPECT_EQ(factory_->CreateSynchronizedClock(empty.c_str(), clock.Out()), VOLM_E_FAIL);
 }

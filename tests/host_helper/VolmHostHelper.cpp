@@ -11,7 +11,7 @@
 //                             MS milliseconds; a writer that takes over continues the time
 //                             axis of the one before instead of stepping back
 //   read-monotonic NAME MS    read a named clock on NAME for MS milliseconds; exit 0 if it
-//                             never went back, failed only while a new writer started, and
+//                             never went back, failed only while a new writer took over, and
 //                             read well at the end; 1 if it went back, 3 on other failures
 #include <VolmTime/VolmTime.h>
 
@@ -51,20 +51,30 @@ int PublishFast(IVolmTimeFactory* factory, IVolmTimeFactoryAdvanced* advanced,
   std::uint64_t frequency = 0;
   counter.pointer->GetFrequency(&frequency);
   const double rate = 10'000'000.0 / static_cast<double>(frequency);
-  // Where the previous writer's function stands now, so this one does not start behind it.
-  std::uint64_t floor = 0;
+  // The first sample is taken before the store is taken over, and lies where the previous
+  // writer's function stands at the same tick, or later: readers that read the old
+  // function up to the takeover never see the new one behind it. (The new function does
+  // the same as the old one's latest segment from there, at the same rate.)
+  std::uint64_t firstTick = 0;
+  std::uint64_t firstTime = 0;
+  counter.pointer->GetTick(&firstTick);
+  system.pointer->GetTime(&firstTime);
   {
     Releaser<IPiecewiseLinearCorrection> previous;
-    std::uint64_t tick = 0;
-    counter.pointer->GetTick(&tick);
-    if (advanced->OpenSharedMemoryCorrection(name.c_str(), &previous.pointer) == VOLM_S_OK) {
-      previous.pointer->TickToTime(tick + frequency / 100, &floor);  // 10 ms ahead
+    std::uint64_t previousTime = 0;
+    if (advanced->OpenSharedMemoryCorrection(name.c_str(), &previous.pointer) == VOLM_S_OK &&
+        previous.pointer->TickToTime(firstTick, &previousTime) == VOLM_S_OK &&
+        previousTime >= firstTime) {
+      firstTime = previousTime + 1;
     }
   }
   Releaser<IPiecewiseLinearCorrection> writer;
   if (advanced->CreateSharedMemoryCorrection(name.c_str(), &writer.pointer) != VOLM_S_OK) return 2;
-  std::uint64_t lastTick = 0;
-  std::uint64_t lastTime = floor;
+  if (writer.pointer->AddSample(firstTick, rate, firstTime) != VOLM_S_OK ||
+      writer.pointer->Publish() != VOLM_S_OK)
+    return 3;
+  std::uint64_t lastTick = firstTick;
+  std::uint64_t lastTime = firstTime;
   auto next = Clock::now();
   while (Clock::now() < until) {
     std::uint64_t tick = 0;
@@ -74,9 +84,7 @@ int PublishFast(IVolmTimeFactory* factory, IVolmTimeFactoryAdvanced* advanced,
     // Never below where the function already stands at this tick: readers' time must not
     // step back where one segment gives way to the next.
     const auto predicted =
-        lastTick == 0
-            ? lastTime
-            : lastTime + static_cast<std::uint64_t>(static_cast<double>(tick - lastTick) * rate);
+        lastTime + static_cast<std::uint64_t>(static_cast<double>(tick - lastTick) * rate);
     // +1: the function's own truncation may already have shown a reader one unit more.
     if (time <= predicted) time = predicted + 1;
     if (tick > lastTick && time > lastTime) {
@@ -114,7 +122,10 @@ int ReadMonotonic(IVolmTimeFactory* factory, const std::basic_string<VolmWideCha
       const VolmWideChar* buffer = nullptr;
       text.pointer->GetBuffer(&buffer);
       const auto message = std::basic_string<VolmWideChar>(buffer);
-      if (message != Wide("Correction Function does not contain any segment.")) {
+      // A new writer empties the function and starts it at a tick it read just before; a
+      // reader that read its tick earlier still finds no segment there.
+      if (message != Wide("Correction Function does not contain any segment.") &&
+          message != Wide("Correction Function is not defined at this point.")) {
         std::fprintf(stderr, "read-monotonic: unexpected failure after %llu readings\n",
                      static_cast<unsigned long long>(readings));
         return 3;

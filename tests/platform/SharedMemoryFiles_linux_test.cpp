@@ -9,8 +9,13 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <thread>
 
@@ -36,14 +41,102 @@ std::string ReasonOfOpening(const std::string& name) {
   return "";
 }
 
-TEST(SharedMemoryFiles, StoreIsOpenToEveryAccountWhateverTheUmask) {
-  const std::string name = UniqueName("volm-mode");
-  const mode_t previous = ::umask(077);
+std::string ReasonOfCreating(const std::string& name) {
+  try {
+    (void)SharedMemoryMapping::CreateOrOpen(name, kSize);
+  } catch (const SharedMemoryError& failure) {
+    return failure.what();
+  }
+  return "";
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// Its owner writes a store and every account reads it: no other account can resize it
+// under its holders, lock them out or write it.
+TEST(SharedMemoryFiles, StoreIsWritableByItsOwnerAndReadableByAllWhateverTheUmask) {
+  for (const mode_t mask : {mode_t{0}, mode_t{077}}) {
+    const std::string name = UniqueName("volm-mode");
+    const mode_t previous = ::umask(mask);
+    const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+    ::umask(previous);
+    struct stat status {};
+    ASSERT_EQ(::stat(FileOf(name).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0644u) << "umask " << mask;
+  }
+}
+
+// A process that keeps a lock of the opening protocol does not hang an opener: it waits a
+// bounded time and says why it gave up. (A second open file description in this process
+// holds the lock as another process would.)
+TEST(SharedMemoryFiles, LockKeptByAnotherProcessIsWaitedForABoundedTime) {
+  const std::string name = UniqueName("volm-locked");
+  const int blocker = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0644);
+  ASSERT_GE(blocker, 0);
+  flock lock{};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 1;  // the byte every opener locks while it checks and joins
+  lock.l_len = 1;
+  ASSERT_EQ(::fcntl(blocker, F_OFD_SETLK, &lock), 0);
+  EXPECT_TRUE(Contains(ReasonOfCreating(name), "another process has kept it locked"));
+  EXPECT_TRUE(Contains(ReasonOfOpening(name), "another process has kept it locked"));
+  ::close(blocker);
+  ::shm_unlink(name.c_str());
+}
+
+// Runs `body` in a child process under the account `nobody`; true if it exited 0.
+template <typename Body>
+bool AsAnotherAccount(Body body) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::_exit(::setgid(65534) == 0 && ::setuid(65534) == 0 && body() ? 0 : 1);
+  }
+  int status = 0;
+  return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+         WEXITSTATUS(status) == 0;
+}
+
+bool MakeStoreWithMode(const std::string& name, mode_t mode) {
+  const int descriptor = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
+  if (descriptor < 0) return false;
+  const bool made = ::fchmod(descriptor, mode) == 0 && ::ftruncate(descriptor, kSize) == 0;
+  ::close(descriptor);
+  return made;
+}
+
+// Switching accounts needs root; CI runs as root.
+TEST(SharedMemoryFiles, StoreOfAnotherAccountIsRefusedToWritersNamingItsOwner) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to act as another account";
+  const std::string name = UniqueName("volm-theirs");
+  ASSERT_TRUE(AsAnotherAccount([&] { return MakeStoreWithMode(name, 0644); }));
+  const std::string reason = ReasonOfCreating(name);
+  ::shm_unlink(name.c_str());
+  EXPECT_TRUE(Contains(reason, "belongs to the account nobody (uid 65534)")) << reason;
+}
+
+TEST(SharedMemoryFiles, StoreThatOtherAccountsMayWriteIsRefusedToReaders) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to act as another account";
+  const std::string name = UniqueName("volm-open");
+  ASSERT_TRUE(AsAnotherAccount([&] { return MakeStoreWithMode(name, 0666); }));
+  const std::string reason = ReasonOfOpening(name);
+  ::shm_unlink(name.c_str());
+  EXPECT_TRUE(Contains(reason, "may write it")) << reason;
+}
+
+// The other way round: a store of ours is out of reach for another account's writes.
+TEST(SharedMemoryFiles, AnotherAccountCannotResizeOrWriteOurStore) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to act as another account";
+  const std::string name = UniqueName("volm-ours");
   const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  ::umask(previous);
-  struct stat status {};
-  ASSERT_EQ(::stat(FileOf(name).c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0666u);
+  EXPECT_TRUE(AsAnotherAccount([&] {
+    if (::shm_open(name.c_str(), O_RDWR, 0) >= 0 || errno != EACCES) return false;
+    const int reading = ::shm_open(name.c_str(), O_RDONLY, 0);
+    ::close(reading);
+    return reading >= 0;
+  }));
 }
 
 TEST(SharedMemoryFiles, NothingIsLeftInDevShmAfterTheLastHolder) {

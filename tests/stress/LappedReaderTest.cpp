@@ -1,5 +1,5 @@
 // A reader that a fast writer laps between reading the header and reading the samples must
-// evaluate again rather than answer from a torn view.
+// evaluate again (or give up) rather than answer from a torn view.
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"
 
@@ -31,12 +31,13 @@ TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
     // however late the reader runs: every failure is a fault.
     constexpr std::uint64_t kLastTick = 1'000 + 10 * 400'000;
     while (std::chrono::steady_clock::now() < deadline && tick < kLastTick) {
-      // Bursts of many appends per publish make lapping likely.
+      // Bursts of appends, each published, make lapping likely; a writer keeps a reader's
+      // view intact only while it appends fewer than 16 samples between two publishes.
       for (int i = 0; i < 40; ++i) {
         tick += 10;
         function.AddSample(tick, 3.0, TimeOf(tick));
+        if (i % 4 == 3) function.Publish();
       }
-      function.Publish();
       publishedTick.store(tick, std::memory_order_release);
       // A writer that never paused would lap every reader for good; real ones publish at
       // most some thousand times a second.

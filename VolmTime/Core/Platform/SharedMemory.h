@@ -21,10 +21,13 @@ class SharedMemoryError : public std::runtime_error {
 // without prefix. The store exists while any process holds it: the last holder's release
 // removes it, and a store whose holders all died is not opened as a live one (a reader is
 // told it does not exist, a writer starts it anew). Opening a live store keeps its size.
+// Opening waits on other processes only for a bounded time.
 class SharedMemoryMapping {
  public:
-  // Creates the store with `size` bytes, zero-filled, read-write, open to every account, or
-  // opens it read-write if it exists already. Throws SharedMemoryError.
+  // Creates the store with `size` bytes, zero-filled, read-write, or opens it read-write if it
+  // exists already. Throws SharedMemoryError. On Windows every account may open it for
+  // anything; on Linux its owner's account writes it and every account reads it, and a
+  // store of another account is refused, with a reason that names the account.
   static SharedMemoryMapping CreateOrOpen(const std::string& name, std::size_t size);
 
   // Opens an existing store and maps all of it read-only. Throws SharedMemoryError.

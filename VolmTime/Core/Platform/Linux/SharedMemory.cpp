@@ -1,6 +1,7 @@
 #include "VolmTime/Core/Platform/SharedMemory.h"
 
 #include "VolmTime/Core/Platform/FaultInjection.h"
+#include "VolmTime/Core/Platform/Linux/StoreAccess.h"
 #include "VolmTime/Core/Platform/Linux/StoreLocks.h"
 
 #include <boost/interprocess/exceptions.hpp>
@@ -30,13 +31,14 @@ constexpr int kMaximumOpenAttempts = 100;
 
 [[noreturn]] void ThrowSystemError(int error) { throw SharedMemoryError(std::strerror(error)); }
 
-const bip::permissions& Unrestricted() {
-  static const bip::permissions permissions = [] {
-    bip::permissions unrestricted;
-    unrestricted.set_unrestricted();
-    return unrestricted;
-  }();
-  return permissions;
+[[noreturn]] void ThrowLockFailure(int error) {
+  if (error != EWOULDBLOCK) ThrowSystemError(error);
+  throw SharedMemoryError("another process has kept it locked for " +
+                          std::to_string(Linux::kLockPatience.count()) + " s");
+}
+
+void ThrowIfRefused(const std::string& refusal) {
+  if (!refusal.empty()) throw SharedMemoryError(refusal);
 }
 
 }  // namespace
@@ -66,7 +68,7 @@ struct SharedMemoryMapping::Impl {
     const int descriptor = Descriptor();
     if (!(mayWrite ? Linux::WaitForWriteLock(descriptor, StoreByte::kOpening)
                    : Linux::WaitForReadLock(descriptor, StoreByte::kOpening))) {
-      ThrowSystemError(errno);
+      ThrowLockFailure(errno);
     }
   }
 
@@ -74,7 +76,7 @@ struct SharedMemoryMapping::Impl {
   // waited: the caller opens the name again.
   bool JoinHolders() {
     const int descriptor = Descriptor();
-    if (!Linux::WaitForReadLock(descriptor, StoreByte::kHolder)) ThrowSystemError(errno);
+    if (!Linux::WaitForReadLock(descriptor, StoreByte::kHolder)) ThrowLockFailure(errno);
     holding = true;
     if (!Linux::IsStillNamed(descriptor)) return false;
     Linux::Unlock(descriptor, StoreByte::kOpening);
@@ -100,9 +102,15 @@ std::unique_ptr<SharedMemoryMapping::Impl> CreateOrOpenStore(const std::string& 
                                                              std::size_t size) {
   for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
     auto impl = std::make_unique<SharedMemoryMapping::Impl>(name, true);
-    impl->object = bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
-                                             Unrestricted());
+    try {
+      impl->object = bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
+                                               bip::permissions(Linux::kStoreMode));
+    } catch (const bip::interprocess_exception& failure) {
+      if (failure.get_native_error() != EACCES) throw;
+      throw SharedMemoryError(Linux::DeniedWriting(name, failure.what()));
+    }
     impl->mayWrite = true;
+    ThrowIfRefused(Linux::RefusalToWrite(impl->Descriptor()));
     impl->TakeOpeningLock();
     if (!Linux::IsStillNamed(impl->Descriptor())) continue;
     if (!Linux::OthersLock(impl->Descriptor(), StoreByte::kHolder)) {
@@ -142,6 +150,7 @@ std::unique_ptr<SharedMemoryMapping::Impl> OpenStoreReadOnly(const std::string& 
   for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
     auto impl = std::make_unique<SharedMemoryMapping::Impl>(name, false);
     OpenExisting(*impl);
+    ThrowIfRefused(Linux::RefusalToRead(impl->Descriptor()));
     impl->TakeOpeningLock();
     if (!Linux::IsStillNamed(impl->Descriptor())) continue;
     if (!Linux::OthersLock(impl->Descriptor(), StoreByte::kHolder)) {

@@ -3,7 +3,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
 namespace VolmTime::Core::Platform::Linux {
 
@@ -18,12 +21,23 @@ flock OneByte(short type, StoreByte byte) noexcept {
   return lock;
 }
 
+// Polls rather than blocks: a blocking wait could last for ever when another process keeps
+// the lock, and no signal would end it.
 bool WaitForLock(int descriptor, short type, StoreByte byte) noexcept {
-  flock lock = OneByte(type, byte);
-  while (::fcntl(descriptor, F_OFD_SETLKW, &lock) != 0) {
-    if (errno != EINTR) return false;
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + kLockPatience;
+  auto pause = std::chrono::microseconds(50);
+  for (;;) {
+    flock lock = OneByte(type, byte);
+    if (::fcntl(descriptor, F_OFD_SETLK, &lock) == 0) return true;
+    if (errno != EAGAIN && errno != EACCES && errno != EINTR) return false;
+    if (Clock::now() >= deadline) {
+      errno = EWOULDBLOCK;
+      return false;
+    }
+    std::this_thread::sleep_for(pause);
+    pause = std::min(pause * 2, std::chrono::microseconds(10'000));
   }
-  return true;
 }
 
 }  // namespace

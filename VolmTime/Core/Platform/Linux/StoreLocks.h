@@ -11,11 +11,19 @@
 #ifndef VOLMTIME_CORE_PLATFORM_LINUX_STORELOCKS_H
 #define VOLMTIME_CORE_PLATFORM_LINUX_STORELOCKS_H
 
+#include <chrono>
+
 namespace VolmTime::Core::Platform::Linux {
 
 enum class StoreByte { kHolder = 0, kOpening = 1 };
 
-// Waits for the lock (interrupted waits are resumed). False with errno set on failure.
+// How long a lock that another process holds is waited for. Openers and last holders keep
+// their locks for moments; a lock held longer belongs to a process that does not follow the
+// protocol.
+inline constexpr std::chrono::seconds kLockPatience{2};
+
+// Waits for the lock, at most kLockPatience. False with errno set on failure, EWOULDBLOCK
+// when the time ran out.
 bool WaitForReadLock(int descriptor, StoreByte byte) noexcept;
 bool WaitForWriteLock(int descriptor, StoreByte byte) noexcept;
 // Takes (or turns a read lock of this descriptor into) a write lock if nobody else holds a

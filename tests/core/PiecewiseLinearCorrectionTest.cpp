@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <string>
@@ -177,6 +179,64 @@ TEST_F(PiecewiseLinear, WrappedHistoryStillEvaluatesAcrossTheSeam) {
   function_->AddSample(5, 1.0, 5);
   function_->Publish();
   EXPECT_EQ(function_->TickToTime(6), 6u);
+}
+
+
+// Stores that no writer following the rules leaves behind, or that one leaves for a moment,
+// still get an answer from the slots as they stand, never a retry that can be made to last.
+class StoreAsItStands : public ::testing::Test {
+ protected:
+  // A reader over a store this test writes byte by byte.
+  class Reader : public VolmTime::Core::PiecewiseLinearCorrectionFunction<std::uint64_t,
+                                                                            std::uint64_t> {
+   public:
+    explicit Reader(VolmTime::SampleStore* store) : PiecewiseLinearCorrectionFunction(false) {
+      AttachStore(store);
+    }
+  };
+  std::unique_ptr<VolmTime::SampleStore> store_ = std::make_unique<VolmTime::SampleStore>();
+};
+
+TEST_F(PiecewiseLinear, SixteenOrMoreUnpublishedAppendsAnswerFromTheSlotsAsTheyAre) {
+  function_->AddSample(100, 1.0, 1000);
+  function_->AddSample(200, 1.0, 2000);
+  function_->Publish();  // history slot 1 and ring slot 2
+  for (std::uint64_t i = 1; i <= 20; ++i) function_->AddSample(200 + 10 * i, 3.0, 2000 + 10 * i);
+  // Ring slot 2 now holds the 16th new sample, (360, 2160, 3.0); history slot 1 is as it was.
+  EXPECT_EQ(function_->TickToTime(150), 1050u);
+  EXPECT_EQ(function_->TickToTime(400), 2160u + 120u);
+  EXPECT_EQ(function_->GetRate(), 3.0);
+}
+
+TEST_F(StoreAsItStands, FrozenHostileHeaderAnswersAtOnceEveryTime) {
+  std::memset(store_.get(), 0xA5, sizeof(VolmTime::SampleStore));
+  store_->header.countAndFlags = ~std::uint64_t{0};  // every flag and reserved bit set
+  store_->header.latestSlot = ~std::uint32_t{0};
+  store_->header.reserved = ~std::uint32_t{0};
+  Reader reader(store_.get());
+  // Thousands of calls in a bound no call that retried or waited could meet; the bound is
+  // generous because the machine may be busy.
+  const auto start = std::chrono::steady_clock::now();
+  for (int call = 0; call < 10'000; ++call) {
+    try {
+      (void)reader.TickToTime(static_cast<std::uint64_t>(call) << 40);
+    } catch (const CException& failure) {
+      ASSERT_STRNE(failure.what(), "Correction Function changes too fast to be read.");
+    }
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST_F(StoreAsItStands, ReservedHeaderBitsAreIgnored) {
+  std::memset(store_.get(), 0, sizeof(VolmTime::SampleStore));
+  store_->history[1] = {100, 1000, 2.0};
+  store_->latestRing[3] = {200, 1300, 0.5};
+  store_->header.countAndFlags = 2 | (std::uint64_t{0xFFFFFFFC | VolmTime::kFlagLatestValid} << 32);
+  store_->header.latestSlot = 0xABCDEF03;
+  store_->header.reserved = 0x12345678;
+  Reader reader(store_.get());
+  EXPECT_EQ(reader.TickToTime(150), 1100u);
+  EXPECT_EQ(reader.TickToTime(1000), 1700u);
 }
 
 }  // namespace

@@ -2,6 +2,10 @@
 #include "LoadedLibrary.h"
 
 #include "tests/support/HostEvent.h"
+#include "tests/support/UniqueName.h"
+
+#include <chrono>
+#include <limits>
 
 #include <vector>
 
@@ -83,15 +87,43 @@ TEST_F(BadInput, WaitsOnBadHandleSetsFailAsAnOutcome) {
   EXPECT_EQ(outcome, VOLM_WAIT_FAILED);
 }
 
-TEST_F(BadInput, UnusableRatesAreRefusedBeforeAnyWait) {
-  Ref<IPiecewiseLinearCorrection> function;
-  ASSERT_EQ(advanced_->CreateLocalCorrection(function.Out()), VOLM_S_OK);
-  // A function whose only rate is 0 has no usable rate for durations.
-  ASSERT_EQ(function->AddSample(1, 0.0, 1), VOLM_S_OK);
-  ASSERT_EQ(function->Publish(), VOLM_S_OK);
-  double rate = 1;
-  ASSERT_EQ(function->GetRate(&rate), VOLM_S_OK);
-  EXPECT_EQ(rate, 0.0);
+// A clock on a shared function whose rate the writer set; the function's name is unique.
+TEST_F(BadInput, RatesThatGiveNoTickCountAreRefusedAndAnInfiniteOneWaitsNoTick) {
+  const std::string name = UniqueName("volm-rate");
+  const Wide wide(name.begin(), name.end());
+  Ref<IPiecewiseLinearCorrection> writer;
+  ASSERT_EQ(advanced_->CreateSharedMemoryCorrection(wide.c_str(), writer.Out()), VOLM_S_OK);
+  Ref<IClock> clock;
+  ASSERT_EQ(factory_->CreateSynchronizedClock(wide.c_str(), clock.Out()), VOLM_S_OK);
+  Ref<IWaitableTimer> timer;
+  ASSERT_EQ(clock->CreateTimer(timer.Out()), VOLM_S_OK);
+  const struct {
+    double rate;
+    const char* text;
+  } rows[] = {{0.0, "The clock's correction function has no usable rate"},
+              {1e-300, "The duration converts into more ticks than the counter can count"}};
+  std::uint64_t tick = 0;
+  for (const auto& row : rows) {
+    ++tick;
+    ASSERT_EQ(writer->AddSample(tick, row.rate, tick), VOLM_S_OK);
+    ASSERT_EQ(writer->Publish(), VOLM_S_OK);
+    EXPECT_EQ(clock->SleepTime(10'000), VOLM_E_FAIL);
+    EXPECT_EQ(LastErrorText(clock.Get()).rfind(row.text, 0), 0u) << LastErrorText(clock.Get());
+    EXPECT_EQ(timer->SetRelative(10'000), VOLM_E_FAIL);
+    EXPECT_EQ(timer->SetPeriodic(10'000), VOLM_E_FAIL);
+  }
+  ++tick;
+  ASSERT_EQ(writer->AddSample(tick, std::numeric_limits<double>::infinity(), tick), VOLM_S_OK);
+  ASSERT_EQ(writer->Publish(), VOLM_S_OK);
+  // Ten minutes last no tick: the sleep returns and the timer fires at once (the bound
+  // only tells that apart from a real ten-minute wait).
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(clock->SleepTime(6'000'000'000), VOLM_S_OK);
+  ASSERT_EQ(timer->SetRelative(6'000'000'000), VOLM_S_OK);
+  std::int32_t outcome = 99;
+  ASSERT_EQ(timer->Wait(VOLM_INFINITE, &outcome), VOLM_S_OK);
+  EXPECT_EQ(outcome, 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
 
 }  // namespace

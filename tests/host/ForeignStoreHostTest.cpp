@@ -1,0 +1,83 @@
+// A host that maps a store itself and follows the byte layout works with the library in
+// both directions: as a reader of the library's writer, and as a writer that takes over a
+// store the library's writer used before.
+#include "LoadedLibrary.h"
+
+#include "tests/support/ForeignStore.h"
+#include "tests/support/UniqueName.h"
+
+#include <cstring>
+
+namespace {
+
+using Wide = std::basic_string<VolmWideChar>;
+
+class ForeignStoreHost : public FactoryHostTest {
+ protected:
+  void SetUp() override {
+    FactoryHostTest::SetUp();
+    if (HasFatalFailure()) return;
+    ASSERT_EQ(advanced_->CreateSharedMemoryCorrection(wide_.c_str(), writer_.Out()), VOLM_S_OK);
+  }
+  void TearDown() override {
+    writer_.Reset();
+    FactoryHostTest::TearDown();
+  }
+
+  std::string name_ = UniqueName("volm-foreign");
+  Wide wide_ = Wide(name_.begin(), name_.end());
+  Ref<IPiecewiseLinearCorrection> writer_;
+};
+
+TEST_F(ForeignStoreHost, ForeignReaderEvaluatesWhatTheLibrarysWriterPublished) {
+  ASSERT_EQ(writer_->AddSample(100, 2.0, 1000), VOLM_S_OK);
+  ASSERT_EQ(writer_->AddSample(200, 0.5, 1300), VOLM_S_OK);
+  ASSERT_EQ(writer_->Publish(), VOLM_S_OK);
+  const ForeignStore foreign(name_, false);
+  VolmTime::SampleStoreHeader published{};
+  std::memcpy(&published, &foreign.Store().header, sizeof published);
+  // Appending without publishing leaves the header as it was.
+  for (std::uint64_t i = 1; i <= 3; ++i) ASSERT_EQ(writer_->AddSample(200 + i, 1.0, 1300 + i), 0u);
+  EXPECT_EQ(std::memcmp(&published, &foreign.Store().header, sizeof published), 0);
+  // The writer leaves every reserved word and bit zero.
+  EXPECT_EQ(published.reserved, 0u);
+  EXPECT_EQ(published.countAndFlags >> 34, 0u);
+  EXPECT_LT(published.latestSlot, VolmTime::kLatestRingSize);
+  std::uint64_t time = 0;
+  ASSERT_TRUE(foreign.TickToTime(150, time));
+  EXPECT_EQ(time, 1100u);
+  ASSERT_TRUE(foreign.TickToTime(1000, time));
+  EXPECT_EQ(time, 1700u);
+}
+
+TEST_F(ForeignStoreHost, ForeignWriterTakesOverAStoreTheLibrarysWriterUsed) {
+  for (std::uint64_t i = 1; i <= 40; ++i) {
+    ASSERT_EQ(writer_->AddSample(i * 100, 1.0, i * 1000), VOLM_S_OK);
+    ASSERT_EQ(writer_->Publish(), VOLM_S_OK);
+  }
+  Ref<IPiecewiseLinearCorrection> reader;
+  ASSERT_EQ(advanced_->OpenSharedMemoryCorrection(wide_.c_str(), reader.Out()), VOLM_S_OK);
+  // The foreign writer starts over as the layout describes, then appends two samples.
+  const ForeignStore foreign(name_, true);
+  VolmTime::SampleStore& store = foreign.Store();
+  foreign.Publish(1, 0, 0);
+  store.latestRing[1] = {10, 50, 1.0};
+  foreign.Publish(1, VolmTime::kFlagLatestValid, 1);
+  store.history[1] = store.latestRing[1];
+  store.latestRing[2] = {20, 60, 3.0};
+  foreign.Publish(2, VolmTime::kFlagLatestValid, 2);
+  // Readers opened before and after the takeover evaluate the foreign function.
+  Ref<IPiecewiseLinearCorrection> later;
+  ASSERT_EQ(advanced_->OpenSharedMemoryCorrection(wide_.c_str(), later.Out()), VOLM_S_OK);
+  for (IPiecewiseLinearCorrection* function : {reader.Get(), later.Get()}) {
+    std::uint64_t time = 0;
+    ASSERT_EQ(function->TickToTime(15, &time), VOLM_S_OK) << LastErrorText(function);
+    EXPECT_EQ(time, 55u);
+    ASSERT_EQ(function->TickToTime(30, &time), VOLM_S_OK) << LastErrorText(function);
+    EXPECT_EQ(time, 90u);
+  }
+  later.Reset();
+  reader.Reset();
+}
+
+}  // namespace

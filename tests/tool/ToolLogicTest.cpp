@@ -185,7 +185,7 @@ TEST(Tracking, SummarisesTheDisciplineAndNoticesAStoppedPublisher) {
 
 TEST(Plot, IsValidXmlWithEscapedTextLabelledAxesAndItsNumbers) {
   Plot plot{"store a&b <\"c\">", "time before now (s)", {-3.0, -2.0, -1.0, 0.0},
-            {{"offset", "µs", {-0.02, 0.01, 0.035, 0.0}}, {"rate", "ppm", {1.5, 1.5, 1.5, 1.5}}}};
+            {{"offset", "µs", {-0.02, 0.01, 0.035, 0.0}, ""}, {"rate", "ppm", {1.5, 1.5, 1.5, 1.5}, ""}}};
   const std::string svg = DrawPlot(plot);
   boost::property_tree::ptree document;
   std::istringstream stream(svg);
@@ -211,7 +211,7 @@ TEST(Plot, TicksAreRoundAndCoverTheRange) {
 
 TEST(Plot, ThinsLongSeriesButKeepsEveryColumnsExtremes) {
   std::vector<double> x;
-  Panel panel{"p", "u", {}};
+  Panel panel{"p", "u", {}, ""};
   for (int i = 0; i < 10'000; ++i) {
     x.push_back(i);
     panel.values.push_back(i == 4321 ? 99.0 : 0.0);

@@ -104,14 +104,14 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
   std::printf("built-in benchmarks (no Google Benchmark in this build), %d repetitions; baseline %s\n",
               repetitions, kRawCounterName);
   PrintConditions(conditions);
-  nlohmann::json results = {{"context",
-                             {{"load_avg", conditions.loadAverage ? nlohmann::json(*conditions.loadAverage) : nlohmann::json()},
+  nlohmann::ordered_json results = {{"context",
+                             {{"load_avg", conditions.loadAverage ? nlohmann::ordered_json(*conditions.loadAverage) : nlohmann::ordered_json()},
                               {"num_cpus", conditions.cpus},
                               {"build_type", conditions.buildType},
                               {"repetitions", repetitions},
                               {"baseline", kRawCounterName}}},
-                            {"readings", nlohmann::json::array()},
-                            {"wake_ups", nlohmann::json::array()}};
+                            {"readings", nlohmann::ordered_json::array()},
+                            {"wake_ups", nlohmann::ordered_json::array()}};
   std::printf("\n| reading time | mean ns | median ns | spread (stddev) | median ratio to the raw counter read |\n"
               "|---|---:|---:|---:|---:|\n");
   double raw = 0;

@@ -66,8 +66,8 @@ void WritePlot(const std::string& path, const std::string& name,
   Plot plot{"volmtime inspect " + name + ": " + std::to_string(samples.size()) + " samples",
             "time before now (s)",
             {},
-            {{"offset from the line through the first and last sample", "µs", {}},
-             {"rate against the counter's nominal rate", "ppm", {}}}};
+            {{"offset from the line through the first and last sample", "µs", {}, "offset"},
+             {"rate against the counter's nominal rate", "ppm", {}, "rate"}}};
   const double nominal = NominalRate(now.frequency);
   const std::vector<double> offsets = OffsetsFromLine(samples);
   for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -89,7 +89,7 @@ int RunInspect(const ToolOptions& options) {
   if (!options.svg.empty() && !std::ofstream(options.svg, std::ios::app))
     throw CommandError("cannot write the plot " + options.svg);
   const StoreContents contents =
-      ReadNamedStore(name, options.svg.empty() ? options.last : VolmTime::kHistoryCapacity);
+      ReadNamedStore(name, options.svg.empty() ? options.last + 1 : VolmTime::kHistoryCapacity);
   Library library;
   const CounterNow now = ReadCounter(library);
   const double nominal = NominalRate(now.frequency);
@@ -105,7 +105,7 @@ int RunInspect(const ToolOptions& options) {
   const TrackingState state = Track(contents.samples, now.frequency, now.tick);
 
   if (options.json) {
-    nlohmann::json document = {{"store", name},
+    nlohmann::ordered_json document = {{"store", name},
                                {"version", contents.version},
                                {"capacity", contents.capacity},
                                {"count", contents.count},
@@ -114,7 +114,7 @@ int RunInspect(const ToolOptions& options) {
                                {"counter_frequency", now.frequency},
                                {"last_update_age_s", state.lastUpdateAgeS},
                                {"stale", state.stale},
-                               {"samples", nlohmann::json::array()}};
+                               {"samples", nlohmann::ordered_json::array()}};
     for (std::size_t i = 0; i < rows.size(); ++i) {
       document["samples"].push_back({{"tick", rows[i].tick},
                                      {"time", rows[i].time},
@@ -180,7 +180,7 @@ int RunTracking(const ToolOptions& options) {
   const std::string reference = FormatSystemTime(contents.samples.back().time);
 
   if (options.json) {
-    const nlohmann::json document = {{"store", name},
+    const nlohmann::ordered_json document = {{"store", name},
                                      {"reference_time", reference},
                                      {"offset_ns", offset * 100},
                                      {"reading_width_ns", width * 100},

@@ -61,7 +61,7 @@ int RunWatch(const ToolOptions& options) {
         std::printf("%s  \"%s\" cannot be read now (0x%08X)\n", Timestamp().c_str(), name.c_str(),
                     static_cast<unsigned>(read));
       } else if (options.json) {
-        nlohmann::json line = {{"timestamp", Timestamp()},
+        nlohmann::ordered_json line = {{"timestamp", Timestamp()},
                                {"clock_time", FormatSystemTime(time)},
                                {"offset_ns", offset * 100},
                                {"rate_ppm", state.frequencyPpm},

@@ -164,10 +164,12 @@ std::string DrawPlot(const Plot& plot) {
     const auto yAt = [&](double y) {
       return bottom - kPanelHeight * (y - yRange.low) / (yRange.high - yRange.low);
     };
-    const std::string axisTitle = EscapeXml(panel.title + " (" + panel.unit + ")");
+    const std::string heading = EscapeXml(panel.title + " (" + panel.unit + ")");
+    const std::string axisTitle =
+        EscapeXml((panel.axisTitle.empty() ? panel.title : panel.axisTitle) + " (" + panel.unit + ")");
     svg << "<g class=\"panel\">\n"
         << "<text x=\"" << kLeft << "\" y=\"" << Coordinate(top - 8)
-        << "\" font-size=\"13\" font-weight=\"bold\">" << axisTitle << "</text>\n";
+        << "\" font-size=\"13\" font-weight=\"bold\">" << heading << "</text>\n";
     // Grid and tick labels.
     svg << "<g stroke=\"#e3e3e3\">\n";
     for (const double tick : yTicks.values)

@@ -12,6 +12,7 @@ struct Panel {
   std::string title;  // "offset from the mean line"
   std::string unit;   // "µs"
   std::vector<double> values;
+  std::string axisTitle;  // beside the y axis; the title when empty
 };
 
 struct Plot {

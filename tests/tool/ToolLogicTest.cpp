@@ -5,9 +5,9 @@
 #include "StoreAnalysis.h"
 #include "Svg.h"
 
+#include <gtest/gtest.h>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <sstream>
@@ -52,9 +52,12 @@ TEST(CommandLine, TakesOptionsEitherWayWithPerCommandDefaults) {
 }
 
 TEST(CommandLine, RefusesMistakesWithExitCodeTwo) {
-  for (const std::vector<const char*>& mistake :
-       {std::vector<const char*>{"now", "extra"}, {"watch", "n", "--bogus"}, {"watch"},
-        {"inspect", "n", "--json", "--csv"}, {"frobnicate"}, {}}) {
+  for (const std::vector<const char*>& mistake : {std::vector<const char*>{"now", "extra"},
+                                                  {"watch", "n", "--bogus"},
+                                                  {"watch"},
+                                                  {"inspect", "n", "--json", "--csv"},
+                                                  {"frobnicate"},
+                                                  {}}) {
     const Parsed parsed = Parse(mistake);
     EXPECT_EQ(parsed.exit, kUsageExitCode) << (mistake.empty() ? "" : mistake[0]);
     EXPECT_FALSE(parsed.err.empty());
@@ -149,8 +152,8 @@ TEST(ExactOffsets, AreTakenFromIntegerDifferencesOfLargeTimes) {
   const std::vector<std::int64_t> off = {0, 3, -2, 5, 0};
   std::vector<CorrectionSample> samples;
   for (std::size_t i = 0; i < off.size(); ++i) {
-    samples.push_back({1'000'000 * (i + 1),
-                       kNow + 10'000 * i + static_cast<std::uint64_t>(off[i] + 10), 0.01});
+    samples.push_back(
+        {1'000'000 * (i + 1), kNow + 10'000 * i + static_cast<std::uint64_t>(off[i] + 10), 0.01});
   }
   const std::vector<double> offsets = OffsetsFromLine(samples);
   for (std::size_t i = 0; i < off.size(); ++i)
@@ -184,8 +187,11 @@ TEST(Tracking, SummarisesTheDisciplineAndNoticesAStoppedPublisher) {
 }
 
 TEST(Plot, IsValidXmlWithEscapedTextLabelledAxesAndItsNumbers) {
-  Plot plot{"store a&b <\"c\">", "time before now (s)", {-3.0, -2.0, -1.0, 0.0},
-            {{"offset", "µs", {-0.02, 0.01, 0.035, 0.0}, ""}, {"rate", "ppm", {1.5, 1.5, 1.5, 1.5}, ""}}};
+  Plot plot{
+      "store a&b <\"c\">",
+      "time before now (s)",
+      {-3.0, -2.0, -1.0, 0.0},
+      {{"offset", "µs", {-0.02, 0.01, 0.035, 0.0}, ""}, {"rate", "ppm", {1.5, 1.5, 1.5, 1.5}, ""}}};
   const std::string svg = DrawPlot(plot);
   boost::property_tree::ptree document;
   std::istringstream stream(svg);

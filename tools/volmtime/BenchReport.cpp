@@ -23,15 +23,17 @@ void PrintConditions(const BenchConditions& conditions) {
               conditions.benchLibraryType.empty() ? "" : "; Google Benchmark library ",
               conditions.benchLibraryType.c_str());
   if (conditions.loadAverage && *conditions.loadAverage >= 0.5 * conditions.cpus) {
-    std::printf("WARNING: the machine is busy (load average %.2f on %u CPUs): the numbers are "
-                "noisy and slower than on a quiet machine\n",
-                *conditions.loadAverage, conditions.cpus);
+    std::printf(
+        "WARNING: the machine is busy (load average %.2f on %u CPUs): the numbers are "
+        "noisy and slower than on a quiet machine\n",
+        *conditions.loadAverage, conditions.cpus);
   }
   const bool debug = conditions.buildType.find("Debug") != std::string::npos ||
                      conditions.buildType.find("sanitize") != std::string::npos ||
                      conditions.benchLibraryType == "debug";
   if (debug) {
-    std::printf("WARNING: a debug or sanitizer build: the numbers do not show a release "
-                "build's speed\n");
+    std::printf(
+        "WARNING: a debug or sanitizer build: the numbers do not show a release "
+        "build's speed\n");
   }
 }

@@ -56,17 +56,18 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ToolOptio
 
   app.add_subcommand("now", "the counter, the relative clock and the system clock");
 
-  CLI::App* publish = AddNameCommand(
-      app, "publish", "discipline the shared correction function NAME to the system clock",
-      options);
+  CLI::App* publish =
+      AddNameCommand(app, "publish",
+                     "discipline the shared correction function NAME to the system clock", options);
   publish->add_option("--interval-ms", options.intervalMs, "time between updates")
       ->check(Between(1.0, 3'600'000.0))
       ->capture_default_str();
   publish->add_option("--duration-s", options.durationS, "stop after this long (0: at Ctrl-C)")
       ->check(Between(0.0, 1e9))
       ->capture_default_str();
-  publish->add_option("--jump-ms", options.jumpMs,
-                      "an offset beyond this is a jump, not drift: a new segment starts")
+  publish
+      ->add_option("--jump-ms", options.jumpMs,
+                   "an offset beyond this is a jump, not drift: a new segment starts")
       ->check(Between(0.1, 1e7))
       ->capture_default_str();
   publish->add_flag("--take-over", options.takeOver,
@@ -90,8 +91,9 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ToolOptio
       ->check(Between(1, 10'000'000))
       ->capture_default_str();
   inspect->add_option("--svg", options.svg, "plot offset and rate to FILE");
-  inspect->add_option("--window-s", options.windowS,
-                      "plot only the samples of the last seconds (0: all)")
+  inspect
+      ->add_option("--window-s", options.windowS,
+                   "plot only the samples of the last seconds (0: all)")
       ->check(Between(0.0, 1e9))
       ->capture_default_str();
   AddOutputFormats(inspect, options);

@@ -24,10 +24,10 @@ struct ToolOptions {
   std::string report;
   bool json = false;
   bool csv = false;
-  std::size_t last = 10;       // inspect: rows of the sample table
-  std::string svg;             // inspect: plot file
-  double windowS = 0;          // inspect: plot only the last seconds (0: every sample)
-  std::size_t samples = 100;   // tracking: the window of updates for the RMS offset
+  std::size_t last = 10;      // inspect: rows of the sample table
+  std::string svg;            // inspect: plot file
+  double windowS = 0;         // inspect: plot only the last seconds (0: every sample)
+  std::size_t samples = 100;  // tracking: the window of updates for the RMS offset
 
   // demo
   double seconds = 3;

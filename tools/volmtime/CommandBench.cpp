@@ -104,15 +104,17 @@ int RunBench(const ToolOptions& options) {
   std::printf("\n");
   PrintConditions(conditions);
 
-  std::printf("\n| reading time | mean ns | median ns | spread (stddev) | median ratio to the raw "
-              "counter read |\n|---|---:|---:|---:|---:|\n");
+  std::printf(
+      "\n| reading time | mean ns | median ns | spread (stddev) | median ratio to the raw "
+      "counter read |\n|---|---:|---:|---:|---:|\n");
   for (const Row& row : kTimeRows) {
     const double median = aggregates.Get(row.name, "median", "real_time");
     std::printf("| %s | %.1f | %.1f | %.1f | %s |\n", row.what,
                 aggregates.Get(row.name, "mean", "real_time"), median,
                 aggregates.Get(row.name, "stddev", "real_time"),
-                row.baseline ? Ratio(median, aggregates.Get(row.baseline, "median", "real_time")).c_str()
-                             : "1.00x");
+                row.baseline
+                    ? Ratio(median, aggregates.Get(row.baseline, "median", "real_time")).c_str()
+                    : "1.00x");
   }
   std::printf(
       "\n| waking up | median late (us), mean | median | spread (stddev) | p99 late (us), median "
@@ -123,8 +125,9 @@ int RunBench(const ToolOptions& options) {
                 aggregates.Get(row.name, "mean", "median_us"), median,
                 aggregates.Get(row.name, "stddev", "median_us"),
                 aggregates.Get(row.name, "median", "p99_us"),
-                row.baseline ? Ratio(median, aggregates.Get(row.baseline, "median", "median_us")).c_str()
-                             : "");
+                row.baseline
+                    ? Ratio(median, aggregates.Get(row.baseline, "median", "median_us")).c_str()
+                    : "");
   }
   std::printf("\nfull results: %s\n", json.c_str());
   return 0;

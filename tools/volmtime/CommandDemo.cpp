@@ -63,8 +63,9 @@ int RunDemo(const ToolOptions& options) {
       "volmtime-demo-" +
       std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
   const WideName wideName = Widen(name);
-  std::printf("%s  VolmTime demo: one publisher and two watcher processes share \"%s\" for %.0f s\n",
-              Timestamp().c_str(), name.c_str(), seconds);
+  std::printf(
+      "%s  VolmTime demo: one publisher and two watcher processes share \"%s\" for %.0f s\n",
+      Timestamp().c_str(), name.c_str(), seconds);
 
   ChildProcess publisher(self, {"publish", name, "--interval-ms", "50", "--duration-s",
                                 std::to_string(seconds + 3), "--quiet"});
@@ -108,8 +109,8 @@ int RunDemo(const ToolOptions& options) {
     std::printf(".");
     std::fflush(stdout);
   }
-  std::printf("\n\n%-10s %8s %16s %16s %16s\n", "watcher", "samples", "median offset",
-              "min offset", "max offset");
+  std::printf("\n\n%-10s %8s %16s %16s %16s\n", "watcher", "samples", "median offset", "min offset",
+              "max offset");
   std::vector<double> medians;
   for (std::size_t i = 0; i < watchers.size(); ++i) {
     const std::optional<int> exit = watchers[i].process->Wait(gStopRequested.load() ? 0 : 5'000);

@@ -57,8 +57,7 @@ double SecondsBetween(std::uint64_t laterTick, std::uint64_t tick, std::uint64_t
 }
 
 void WritePlot(const std::string& path, const std::string& name,
-               const std::vector<CorrectionSample>& all, const CounterNow& now,
-               double windowS) {
+               const std::vector<CorrectionSample>& all, const CounterNow& now, double windowS) {
   std::vector<CorrectionSample> samples;
   for (const CorrectionSample& sample : all)
     if (windowS <= 0 || SecondsBetween(now.tick, sample.tick, now.frequency) <= windowS)
@@ -94,11 +93,12 @@ int RunInspect(const ToolOptions& options) {
   const CounterNow now = ReadCounter(library);
   const double nominal = NominalRate(now.frequency);
   const std::size_t shown = std::min(options.last, contents.samples.size());
-  const std::vector<CorrectionSample> rows(contents.samples.end() - static_cast<std::ptrdiff_t>(shown),
-                                           contents.samples.end());
+  const std::vector<CorrectionSample> rows(
+      contents.samples.end() - static_cast<std::ptrdiff_t>(shown), contents.samples.end());
   // Steps need the sample before the first row too, where there is one.
   const std::vector<CorrectionSample> withBefore(
-      contents.samples.end() - static_cast<std::ptrdiff_t>(std::min(shown + 1, contents.samples.size())),
+      contents.samples.end() -
+          static_cast<std::ptrdiff_t>(std::min(shown + 1, contents.samples.size())),
       contents.samples.end());
   std::vector<std::int64_t> steps = UpdateSteps(withBefore);
   if (steps.size() < rows.size()) steps.insert(steps.begin(), 0);
@@ -106,15 +106,15 @@ int RunInspect(const ToolOptions& options) {
 
   if (options.json) {
     nlohmann::ordered_json document = {{"store", name},
-                               {"version", contents.version},
-                               {"capacity", contents.capacity},
-                               {"count", contents.count},
-                               {"full", contents.full},
-                               {"latest_valid", contents.latestValid},
-                               {"counter_frequency", now.frequency},
-                               {"last_update_age_s", state.lastUpdateAgeS},
-                               {"stale", state.stale},
-                               {"samples", nlohmann::ordered_json::array()}};
+                                       {"version", contents.version},
+                                       {"capacity", contents.capacity},
+                                       {"count", contents.count},
+                                       {"full", contents.full},
+                                       {"latest_valid", contents.latestValid},
+                                       {"counter_frequency", now.frequency},
+                                       {"last_update_age_s", state.lastUpdateAgeS},
+                                       {"stale", state.stale},
+                                       {"samples", nlohmann::ordered_json::array()}};
     for (std::size_t i = 0; i < rows.size(); ++i) {
       document["samples"].push_back({{"tick", rows[i].tick},
                                      {"time", rows[i].time},
@@ -181,17 +181,17 @@ int RunTracking(const ToolOptions& options) {
 
   if (options.json) {
     const nlohmann::ordered_json document = {{"store", name},
-                                     {"reference_time", reference},
-                                     {"offset_ns", offset * 100},
-                                     {"reading_width_ns", width * 100},
-                                     {"last_offset_ns", state.lastOffsetNs},
-                                     {"rms_offset_ns", state.rmsOffsetNs},
-                                     {"updates", state.updates},
-                                     {"frequency_ppm", state.frequencyPpm},
-                                     {"frequency_change_ppm", state.frequencyChangePpm},
-                                     {"update_interval_s", state.updateIntervalS},
-                                     {"last_update_age_s", state.lastUpdateAgeS},
-                                     {"stale", state.stale}};
+                                             {"reference_time", reference},
+                                             {"offset_ns", offset * 100},
+                                             {"reading_width_ns", width * 100},
+                                             {"last_offset_ns", state.lastOffsetNs},
+                                             {"rms_offset_ns", state.rmsOffsetNs},
+                                             {"updates", state.updates},
+                                             {"frequency_ppm", state.frequencyPpm},
+                                             {"frequency_change_ppm", state.frequencyChangePpm},
+                                             {"update_interval_s", state.updateIntervalS},
+                                             {"last_update_age_s", state.lastUpdateAgeS},
+                                             {"stale", state.stale}};
     std::printf("%s\n", document.dump(2).c_str());
   } else if (options.csv) {
     std::printf(
@@ -199,9 +199,9 @@ int RunTracking(const ToolOptions& options) {
         "frequency_ppm,frequency_change_ppm,update_interval_s,last_update_age_s,stale\n");
     std::printf("%s,%s,%lld,%llu,%.0f,%.1f,%zu,%.6f,%.6f,%.6f,%.3f,%d\n", name.c_str(),
                 reference.c_str(), static_cast<long long>(offset * 100),
-                static_cast<unsigned long long>(width * 100), state.lastOffsetNs,
-                state.rmsOffsetNs, state.updates, state.frequencyPpm, state.frequencyChangePpm,
-                state.updateIntervalS, state.lastUpdateAgeS, state.stale ? 1 : 0);
+                static_cast<unsigned long long>(width * 100), state.lastOffsetNs, state.rmsOffsetNs,
+                state.updates, state.frequencyPpm, state.frequencyChangePpm, state.updateIntervalS,
+                state.lastUpdateAgeS, state.stale ? 1 : 0);
   } else {
     std::printf("Store           : %s\n", name.c_str());
     std::printf("Reference time  : %s (the latest update)\n", reference.c_str());
@@ -209,8 +209,7 @@ int RunTracking(const ToolOptions& options) {
                 static_cast<long long>(offset < 0 ? -offset * 100 : offset * 100),
                 offset < 0 ? "slow" : "fast", static_cast<unsigned long long>(width * 100));
     std::printf("Last offset     : %+.0f ns (step at the latest update)\n", state.lastOffsetNs);
-    std::printf("RMS offset      : %.1f ns (over %zu updates)\n", state.rmsOffsetNs,
-                state.updates);
+    std::printf("RMS offset      : %.1f ns (over %zu updates)\n", state.rmsOffsetNs, state.updates);
     std::printf("Frequency       : %.4f ppm %s\n", std::abs(state.frequencyPpm),
                 state.frequencyPpm < 0 ? "slow" : "fast");
     std::printf("Frequency change: %+.4f ppm (latest segment against the one before)\n",

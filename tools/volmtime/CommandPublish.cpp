@@ -92,12 +92,12 @@ int RunPublish(const ToolOptions& options) {
   Discipline discipline(nominal, jumpUnits);
   const auto start = std::chrono::steady_clock::now();
   Discipline::Update update = discipline.Start(TightPair(counter.Get(), system.Get()), earlier);
-  Check(writer->AddSample(update.sample.tick, update.sample.rate, update.sample.time),
-        writer.Get(), "AddSample");
+  Check(writer->AddSample(update.sample.tick, update.sample.rate, update.sample.time), writer.Get(),
+        "AddSample");
   Check(writer->Publish(), writer.Get(), "Publish");
   if (statusLines) {
-    std::printf("%s  publishing \"%s\" every %g ms (pid %u)%s\n", Timestamp().c_str(),
-                name.c_str(), options.intervalMs, CurrentProcessId(),
+    std::printf("%s  publishing \"%s\" every %g ms (pid %u)%s\n", Timestamp().c_str(), name.c_str(),
+                options.intervalMs, CurrentProcessId(),
                 earlier ? ", continuing the function readers followed" : "");
     std::fflush(stdout);
   }
@@ -106,13 +106,13 @@ int RunPublish(const ToolOptions& options) {
   std::string requester;
   while (!gStopRequested.load()) {
     std::this_thread::sleep_for(interval);
-    if (options.durationS > 0 &&
-        std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(options.durationS))
+    if (options.durationS > 0 && std::chrono::steady_clock::now() - start >=
+                                     std::chrono::duration<double>(options.durationS))
       break;
     if (lock.TakeOverRequested(requester)) {
       if (inPlace) std::printf("\n");
-      std::printf("%s  %s takes over \"%s\"; stopping\n", Timestamp().c_str(),
-                  requester.c_str(), name.c_str());
+      std::printf("%s  %s takes over \"%s\"; stopping\n", Timestamp().c_str(), requester.c_str(),
+                  name.c_str());
       return 0;
     }
     update = discipline.Next(TightPair(counter.Get(), system.Get()));

@@ -62,16 +62,16 @@ int RunWatch(const ToolOptions& options) {
                     static_cast<unsigned>(read));
       } else if (options.json) {
         nlohmann::ordered_json line = {{"timestamp", Timestamp()},
-                               {"clock_time", FormatSystemTime(time)},
-                               {"offset_ns", offset * 100},
-                               {"rate_ppm", state.frequencyPpm},
-                               {"last_update_age_s", state.lastUpdateAgeS},
-                               {"stale", stale}};
+                                       {"clock_time", FormatSystemTime(time)},
+                                       {"offset_ns", offset * 100},
+                                       {"rate_ppm", state.frequencyPpm},
+                                       {"last_update_age_s", state.lastUpdateAgeS},
+                                       {"stale", stale}};
         std::printf("%s\n", line.dump().c_str());
       } else if (options.csv) {
-        std::printf("%s,%s,%lld,%.4f,%.3f,%d\n", Timestamp().c_str(), FormatSystemTime(time).c_str(),
-                    static_cast<long long>(offset * 100), state.frequencyPpm,
-                    state.lastUpdateAgeS, stale ? 1 : 0);
+        std::printf("%s,%s,%lld,%.4f,%.3f,%d\n", Timestamp().c_str(),
+                    FormatSystemTime(time).c_str(), static_cast<long long>(offset * 100),
+                    state.frequencyPpm, state.lastUpdateAgeS, stale ? 1 : 0);
       } else {
         std::printf("%s  clock %s  offset %s  rate %+10.4f ppm  updated %.2f s ago%s\n",
                     Timestamp().c_str(), FormatSystemTime(time).c_str(),
@@ -85,8 +85,8 @@ int RunWatch(const ToolOptions& options) {
                    name.c_str(), state.lastUpdateAgeS);
     wasStale = stale;
     if (report && VolmSucceeded(read)) report << reference << ' ' << offset << '\n' << std::flush;
-    if (options.durationS > 0 &&
-        std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(options.durationS))
+    if (options.durationS > 0 && std::chrono::steady_clock::now() - start >=
+                                     std::chrono::duration<double>(options.durationS))
       break;
     std::this_thread::sleep_for(interval);
   }

@@ -16,7 +16,8 @@ Discipline::Update Discipline::Start(TimePair now, const std::optional<Correctio
     Update update = Next(now);
     // The earlier writer's rate is not this one's to keep after a jump or a restart.
     if (update.action == Action::kStartOver || update.jump) update.sample.rate = nominal_;
-    if (update.action == Action::kSkip) update = {Action::kAppend, {now.tick, now.time, nominal_}, 0, false};
+    if (update.action == Action::kSkip)
+      update = {Action::kAppend, {now.tick, now.time, nominal_}, 0, false};
     previous_ = update.sample;
     return update;
   }
@@ -44,9 +45,8 @@ Discipline::Update Discipline::Next(TimePair now) {
   // system clock behind the function does not pull the segment's start down (readers may
   // already have seen the time the old segment reached, one unit more for its truncation);
   // the lower rate makes up the difference over the next interval.
-  const double rate =
-      static_cast<double>(Difference(now.time, previous_.time)) /
-      static_cast<double>(now.tick - previous_.tick);
+  const double rate = static_cast<double>(Difference(now.time, previous_.time)) /
+                      static_cast<double>(now.tick - previous_.tick);
   const std::uint64_t start = offset <= 0 ? predicted + 1 : now.time;
   previous_ = {now.tick, start, rate};
   return {Action::kAppend, previous_, offset, false};

@@ -51,7 +51,8 @@ TrackingState Track(const std::vector<CorrectionSample>& samples, std::uint64_t 
     const std::vector<std::int64_t> steps = UpdateSteps(samples);
     state.lastOffsetNs = static_cast<double>(steps.back()) * 100.0;
     double sumOfSquares = 0;
-    for (const std::int64_t step : steps) sumOfSquares += static_cast<double>(step) * static_cast<double>(step);
+    for (const std::int64_t step : steps)
+      sumOfSquares += static_cast<double>(step) * static_cast<double>(step);
     state.rmsOffsetNs = std::sqrt(sumOfSquares / static_cast<double>(steps.size())) * 100.0;
     std::vector<std::uint64_t> gaps;
     for (std::size_t i = 1; i < samples.size(); ++i)

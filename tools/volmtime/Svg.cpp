@@ -70,11 +70,21 @@ std::string EscapeXml(std::string_view text) {
   std::string escaped;
   for (const char character : text) {
     switch (character) {
-      case '&': escaped += "&amp;"; break;
-      case '<': escaped += "&lt;"; break;
-      case '>': escaped += "&gt;"; break;
-      case '"': escaped += "&quot;"; break;
-      case '\'': escaped += "&apos;"; break;
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      case '\'':
+        escaped += "&apos;";
+        break;
       default:
         // Control characters other than tab and line ends are not allowed in XML 1.0.
         if (static_cast<unsigned char>(character) < 0x20 && character != '\t' &&
@@ -100,8 +110,8 @@ std::vector<std::size_t> PointsToDraw(const std::vector<double>& x,
   const double span = std::max(x.back() - from, 1e-300);
   std::size_t begin = 0;
   while (begin < x.size()) {
-    const auto column = static_cast<std::size_t>((x[begin] - from) / span *
-                                                 static_cast<double>(columns - 1));
+    const auto column =
+        static_cast<std::size_t>((x[begin] - from) / span * static_cast<double>(columns - 1));
     std::size_t end = begin + 1;
     while (end < x.size() && static_cast<std::size_t>((x[end] - from) / span *
                                                       static_cast<double>(columns - 1)) == column)
@@ -111,8 +121,10 @@ std::vector<std::size_t> PointsToDraw(const std::vector<double>& x,
     for (const Panel& panel : panels) {
       const auto first = panel.values.begin() + static_cast<std::ptrdiff_t>(begin);
       const auto last = panel.values.begin() + static_cast<std::ptrdiff_t>(end);
-      chosen.push_back(static_cast<std::size_t>(std::min_element(first, last) - panel.values.begin()));
-      chosen.push_back(static_cast<std::size_t>(std::max_element(first, last) - panel.values.begin()));
+      chosen.push_back(
+          static_cast<std::size_t>(std::min_element(first, last) - panel.values.begin()));
+      chosen.push_back(
+          static_cast<std::size_t>(std::max_element(first, last) - panel.values.begin()));
     }
     begin = end;
   }
@@ -123,18 +135,19 @@ std::vector<std::size_t> PointsToDraw(const std::vector<double>& x,
 
 std::string DrawPlot(const Plot& plot) {
   std::ostringstream svg;
-  const double height = kTitleHeight + static_cast<double>(plot.panels.size()) *
-                                            (kPanelHeight + kPanelGap);
+  const double height =
+      kTitleHeight + static_cast<double>(plot.panels.size()) * (kPanelHeight + kPanelGap);
   svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-      << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kWidth << "\" height=\""
-      << height << "\" viewBox=\"0 0 " << kWidth << ' ' << height
+      << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kWidth << "\" height=\"" << height
+      << "\" viewBox=\"0 0 " << kWidth << ' ' << height
       << "\" font-family=\"sans-serif\" font-size=\"12\">\n"
       << "<title>" << EscapeXml(plot.title) << "</title>\n";
 
   const std::vector<std::size_t> drawn =
       PointsToDraw(plot.x, plot.panels, static_cast<std::size_t>(kPlotWidth));
   svg << "<metadata>\nindex,x";
-  for (const Panel& panel : plot.panels) svg << ',' << EscapeXml(panel.title) << " (" << EscapeXml(panel.unit) << ')';
+  for (const Panel& panel : plot.panels)
+    svg << ',' << EscapeXml(panel.title) << " (" << EscapeXml(panel.unit) << ')';
   svg << '\n';
   for (const std::size_t i : drawn) {
     char value[40];
@@ -165,8 +178,8 @@ std::string DrawPlot(const Plot& plot) {
       return bottom - kPanelHeight * (y - yRange.low) / (yRange.high - yRange.low);
     };
     const std::string heading = EscapeXml(panel.title + " (" + panel.unit + ")");
-    const std::string axisTitle =
-        EscapeXml((panel.axisTitle.empty() ? panel.title : panel.axisTitle) + " (" + panel.unit + ")");
+    const std::string axisTitle = EscapeXml(
+        (panel.axisTitle.empty() ? panel.title : panel.axisTitle) + " (" + panel.unit + ")");
     svg << "<g class=\"panel\">\n"
         << "<text x=\"" << kLeft << "\" y=\"" << Coordinate(top - 8)
         << "\" font-size=\"13\" font-weight=\"bold\">" << heading << "</text>\n";
@@ -187,8 +200,8 @@ std::string DrawPlot(const Plot& plot) {
           << "\" text-anchor=\"middle\">" << Number(tick, xTicks.decimals) << "</text>\n";
     svg << "</g>\n";
     if (yRange.low <= 0 && yRange.high >= 0)
-      svg << "<line class=\"zero\" x1=\"" << kLeft << "\" x2=\"" << kLeft + kPlotWidth
-          << "\" y1=\"" << Coordinate(yAt(0)) << "\" y2=\"" << Coordinate(yAt(0))
+      svg << "<line class=\"zero\" x1=\"" << kLeft << "\" x2=\"" << kLeft + kPlotWidth << "\" y1=\""
+          << Coordinate(yAt(0)) << "\" y2=\"" << Coordinate(yAt(0))
           << "\" stroke=\"#555\" stroke-dasharray=\"5 3\"/>\n";
     svg << "<rect x=\"" << kLeft << "\" y=\"" << top << "\" width=\"" << kPlotWidth
         << "\" height=\"" << kPanelHeight << "\" fill=\"none\" stroke=\"#777\"/>\n";

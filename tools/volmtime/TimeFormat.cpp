@@ -51,7 +51,9 @@ std::string FormatOffsetUs(std::int64_t units) {
 
 std::string Timestamp() {
   constexpr std::uint64_t kUnitsFrom1601To1970 = kSecondsFrom1601To1970 * kUnitsPerSecond;
-  const auto sinceUnixEpoch = std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
-      std::chrono::system_clock::now().time_since_epoch());
-  return FormatSystemTime(kUnitsFrom1601To1970 + static_cast<std::uint64_t>(sinceUnixEpoch.count()));
+  const auto sinceUnixEpoch =
+      std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
+          std::chrono::system_clock::now().time_since_epoch());
+  return FormatSystemTime(kUnitsFrom1601To1970 +
+                          static_cast<std::uint64_t>(sinceUnixEpoch.count()));
 }

@@ -41,9 +41,7 @@ std::string ReadAll(const fs::path& path) {
   return content;
 }
 
-std::string Me() {
-  return "pid " + std::to_string(CurrentProcessId()) + " since " + Timestamp();
-}
+std::string Me() { return "pid " + std::to_string(CurrentProcessId()) + " since " + Timestamp(); }
 
 }  // namespace
 

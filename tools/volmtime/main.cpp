@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   if (const std::optional<int> exit = ParseCommandLine(argc, argv, options, std::cout, std::cerr))
     return *exit;
   static const std::map<std::string, int (*)(const ToolOptions&)> commands = {
-      {"now", RunNow},         {"publish", RunPublish}, {"watch", RunWatch},
+      {"now", RunNow},         {"publish", RunPublish},   {"watch", RunWatch},
       {"inspect", RunInspect}, {"tracking", RunTracking}, {"demo", RunDemo},
       {"bench", RunBench}};
   try {

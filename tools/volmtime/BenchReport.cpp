@@ -16,9 +16,9 @@ BenchConditions MeasuredConditions() {
 }
 
 void PrintConditions(const BenchConditions& conditions) {
-  std::printf("conditions: load average %s on %u CPUs; volmtime built %s%s%s\n",
-              conditions.loadAverage ? std::to_string(*conditions.loadAverage).substr(0, 4).c_str()
-                                     : "unknown",
+  char load[32] = "unknown";
+  if (conditions.loadAverage) std::snprintf(load, sizeof load, "%.2f", *conditions.loadAverage);
+  std::printf("conditions: load average %s on %u CPUs; volmtime built %s%s%s\n", load,
               conditions.cpus, conditions.buildType.c_str(),
               conditions.benchLibraryType.empty() ? "" : "; Google Benchmark library ",
               conditions.benchLibraryType.c_str());
@@ -29,11 +29,14 @@ void PrintConditions(const BenchConditions& conditions) {
         *conditions.loadAverage, conditions.cpus);
   }
   const bool debug = conditions.buildType.find("Debug") != std::string::npos ||
-                     conditions.buildType.find("sanitize") != std::string::npos ||
-                     conditions.benchLibraryType == "debug";
+                     conditions.buildType.find("sanitize") != std::string::npos;
   if (debug) {
-    std::printf(
-        "WARNING: a debug or sanitizer build: the numbers do not show a release "
-        "build's speed\n");
+    std::printf("WARNING: a debug or sanitizer build of volmtime and the library: the numbers "
+                "do not show a release build's speed\n");
+  }
+  if (conditions.benchLibraryType == "debug") {
+    std::printf("note: the Google Benchmark library reports a debug build (Debian's package "
+                "does); only its own loop overhead is affected, the code measured is this "
+                "build's\n");
   }
 }

@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ python3
   libboost-dev libgtest-dev libgmock-dev googletest libbenchmark-dev libabsl-dev
+  libcli11-dev nlohmann-json3-dev libxml2-utils
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libfuzzer-14-dev libclang-rt-14-dev
 )

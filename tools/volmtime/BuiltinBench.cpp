@@ -3,12 +3,19 @@
 // std::chrono, reported in the same tables.
 #include "BuiltinBench.h"
 
+#include "BenchReport.h"
+#include "Commands.h"
 #include "Library.h"
 #include "RawCounter.h"
+#include "Statistics.h"
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -18,16 +25,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Nanoseconds per call: the best of three runs of `calls` calls.
-double NanosecondsPerCall(const std::function<void()>& call, int calls) {
-  double best = 1e300;
-  for (int run = 0; run < 3; ++run) {
+// Nanoseconds per call over `repetitions` runs of `calls` calls each.
+Summary NanosecondsPerCall(const std::function<void()>& call, int calls, int repetitions) {
+  std::vector<double> runs;
+  for (int run = 0; run < repetitions; ++run) {
     const auto start = Clock::now();
     for (int i = 0; i < calls; ++i) call();
-    const double ns = std::chrono::duration<double, std::nano>(Clock::now() - start).count() / calls;
-    best = std::min(best, ns);
+    runs.push_back(std::chrono::duration<double, std::nano>(Clock::now() - start).count() / calls);
   }
-  return best;
+  return Summarise(runs);
 }
 
 struct Lateness {
@@ -35,25 +41,27 @@ struct Lateness {
   double p99;
 };
 
-Lateness Summarise(std::vector<double> microseconds) {
+Lateness LatenessOf(std::vector<double> microseconds) {
   std::sort(microseconds.begin(), microseconds.end());
   return {microseconds[microseconds.size() / 2],
           microseconds[std::min(microseconds.size() - 1, microseconds.size() * 99 / 100)]};
 }
 
-Lateness SleepLateness(const std::function<void(std::chrono::milliseconds)>& sleep, int ms, int rounds) {
+Lateness SleepLateness(const std::function<void(std::chrono::milliseconds)>& sleep, int ms,
+                       int rounds) {
   std::vector<double> late;
   for (int round = 0; round < rounds; ++round) {
     const auto start = Clock::now();
     sleep(std::chrono::milliseconds(ms));
-    late.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count() - ms * 1000.0);
+    late.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count() -
+                   ms * 1000.0);
   }
-  return Summarise(late);
+  return LatenessOf(late);
 }
 
 }  // namespace
 
-int RunBuiltinBench(int rounds) {
+int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
   Library library;
   IVolmTimeFactory* factory = library.Factory();
   Ref<IClock> relative;
@@ -70,41 +78,106 @@ int RunBuiltinBench(int rounds) {
   // A named clock over a function with one sample, published just now.
   const std::string name = "volmtime-bench-" + std::to_string(now);
   Ref<IPiecewiseLinearCorrection> writer;
-  Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(name).c_str(), writer.Out()), factory,
-        "creating a shared function");
+  Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(name).c_str(), writer.Out()),
+        factory, "creating a shared function");
   writer->AddSample(now, 10'000'000.0 / static_cast<double>(frequency), 1'000'000);
   writer->Publish();
   Ref<IClock> named;
-  Check(factory->CreateSynchronizedClock(Widen(name).c_str(), named.Out()), factory, "opening a named clock");
+  Check(factory->CreateSynchronizedClock(Widen(name).c_str(), named.Out()), factory,
+        "opening a named clock");
 
-  constexpr int kCalls = 1'000'000;
+  constexpr int kCalls = 300'000;
   std::uint64_t sink = 0;
-  const double raw = NanosecondsPerCall([&] { sink += ReadRawCounter(); }, kCalls);
-  const double steady = NanosecondsPerCall([&] { sink += static_cast<std::uint64_t>(Clock::now().time_since_epoch().count()); }, kCalls);
-  const double relativeNs = NanosecondsPerCall([&] { std::uint64_t t = 0; relative->GetTime(&t); sink += t; }, kCalls);
-  const double systemNs = NanosecondsPerCall([&] { std::uint64_t t = 0; system->GetTime(&t); sink += t; }, kCalls);
-  const double namedNs = NanosecondsPerCall([&] { std::uint64_t t = 0; named->GetTime(&t); sink += t; }, kCalls);
+  struct Reading {
+    const char* what;
+    std::function<void()> call;
+    int calls;
+  };
   std::uint64_t tick = now;
-  const double appendNs = NanosecondsPerCall([&] { writer->AddSample(++tick, 1.0, tick); writer->Publish(); }, kCalls / 10);
-
-  std::printf("built-in benchmarks (no Google Benchmark in this build); baseline %s\n\n", kRawCounterName);
-  std::printf("| reading time | ns per call | ratio to the raw counter read |\n|---|---:|---:|\n");
-  const auto row = [raw](const char* what, double ns) { std::printf("| %s | %.1f | %.2fx |\n", what, ns, ns / raw); };
-  row("raw counter read", raw);
-  row("std::chrono::steady_clock::now()", steady);
-  row("relative clock GetTime", relativeNs);
-  row("system clock GetTime", systemNs);
-  row("named clock GetTime, one sample", namedNs);
-  row("AddSample + Publish", appendNs);
+  const Reading readings[] = {
+      {"raw counter read", [&] { sink += ReadRawCounter(); }, kCalls},
+      {"std::chrono::steady_clock::now()",
+       [&] { sink += static_cast<std::uint64_t>(Clock::now().time_since_epoch().count()); },
+       kCalls},
+      {"relative clock GetTime",
+       [&] {
+         std::uint64_t t = 0;
+         relative->GetTime(&t);
+         sink += t;
+       },
+       kCalls},
+      {"system clock GetTime",
+       [&] {
+         std::uint64_t t = 0;
+         system->GetTime(&t);
+         sink += t;
+       },
+       kCalls},
+      {"named clock GetTime, one sample",
+       [&] {
+         std::uint64_t t = 0;
+         named->GetTime(&t);
+         sink += t;
+       },
+       kCalls},
+      {"AddSample + Publish",
+       [&] {
+         writer->AddSample(++tick, 1.0, tick);
+         writer->Publish();
+       },
+       kCalls / 10},
+  };
+  BenchConditions conditions = MeasuredConditions();
+  std::printf(
+      "built-in benchmarks (no Google Benchmark in this build), %d repetitions; baseline %s\n",
+      repetitions, kRawCounterName);
+  PrintConditions(conditions);
+  nlohmann::ordered_json results = {
+      {"context",
+       {{"load_avg", conditions.loadAverage ? nlohmann::ordered_json(*conditions.loadAverage)
+                                            : nlohmann::ordered_json()},
+        {"num_cpus", conditions.cpus},
+        {"build_type", conditions.buildType},
+        {"repetitions", repetitions},
+        {"baseline", kRawCounterName}}},
+      {"readings", nlohmann::ordered_json::array()},
+      {"wake_ups", nlohmann::ordered_json::array()}};
+  std::printf(
+      "\n| reading time | mean ns | median ns | spread (stddev) | median ratio to the raw counter "
+      "read |\n"
+      "|---|---:|---:|---:|---:|\n");
+  double raw = 0;
+  for (const Reading& reading : readings) {
+    const Summary summary = NanosecondsPerCall(reading.call, reading.calls, repetitions);
+    if (raw == 0) raw = summary.median;
+    std::printf("| %s | %.1f | %.1f | %.1f | %.2fx |\n", reading.what, summary.mean, summary.median,
+                summary.stddev, summary.median / raw);
+    results["readings"].push_back({{"name", reading.what},
+                                   {"mean_ns", summary.mean},
+                                   {"median_ns", summary.median},
+                                   {"stddev_ns", summary.stddev}});
+  }
 
   std::printf("\n| waking up | median late (us) | p99 late (us) |\n|---|---:|---:|\n");
   for (const int ms : {1, 5, 20}) {
     const Lateness library_ = SleepLateness(
-        [&](std::chrono::milliseconds duration) { relative->SleepTime(static_cast<std::uint64_t>(duration.count()) * 10'000); },
+        [&](std::chrono::milliseconds duration) {
+          relative->SleepTime(static_cast<std::uint64_t>(duration.count()) * 10'000);
+        },
         ms, rounds);
-    const Lateness standard = SleepLateness([](std::chrono::milliseconds duration) { std::this_thread::sleep_for(duration); }, ms, rounds);
-    std::printf("| SleepTime %d ms | %.1f | %.1f |\n| std::this_thread::sleep_for %d ms | %.1f | %.1f |\n", ms,
-                library_.median, library_.p99, ms, standard.median, standard.p99);
+    const Lateness standard = SleepLateness(
+        [](std::chrono::milliseconds duration) { std::this_thread::sleep_for(duration); }, ms,
+        rounds);
+    std::printf(
+        "| SleepTime %d ms | %.1f | %.1f |\n| std::this_thread::sleep_for %d ms | %.1f | %.1f |\n",
+        ms, library_.median, library_.p99, ms, standard.median, standard.p99);
+    results["wake_ups"].push_back({{"name", "SleepTime " + std::to_string(ms) + " ms"},
+                                   {"median_late_us", library_.median},
+                                   {"p99_late_us", library_.p99}});
+    results["wake_ups"].push_back(
+        {{"name", "std::this_thread::sleep_for " + std::to_string(ms) + " ms"},
+         {"median_late_us", standard.median},
+         {"p99_late_us", standard.p99}});
   }
   Ref<IWaitableTimer> timer;
   Check(relative->CreateTimer(timer.Out()), relative.Get(), "CreateTimer");
@@ -117,12 +190,24 @@ int RunBuiltinBench(int rounds) {
     for (int round = 0; round < rounds * 2; ++round) {
       timer->Wait(VOLM_INFINITE, &outcome);
       const auto at = Clock::now();
-      jitter.push_back(std::abs(std::chrono::duration<double, std::micro>(at - previous).count() - ms * 1000.0));
+      jitter.push_back(
+          std::abs(std::chrono::duration<double, std::micro>(at - previous).count() - ms * 1000.0));
       previous = at;
     }
     timer->Cancel();
-    const Lateness summary = Summarise(jitter);
-    std::printf("| periodic timer %d ms, jitter | %.1f | %.1f |\n", ms, summary.median, summary.p99);
+    const Lateness summary = LatenessOf(jitter);
+    std::printf("| periodic timer %d ms, jitter | %.1f | %.1f |\n", ms, summary.median,
+                summary.p99);
+    results["wake_ups"].push_back({{"name", "periodic timer " + std::to_string(ms) + " ms, jitter"},
+                                   {"median_us", summary.median},
+                                   {"p99_us", summary.p99}});
+  }
+  if (!jsonPath.empty()) {
+    std::ofstream file(jsonPath);
+    file << results.dump(2) << '\n';
+    file.close();
+    if (!file) throw CommandError("cannot write " + jsonPath);
+    std::printf("\nfull results: %s\n", jsonPath.c_str());
   }
   return sink == 0 ? 1 : 0;
 }

@@ -2,7 +2,11 @@
 #ifndef TOOLS_VOLMTIME_BUILTINBENCH_H
 #define TOOLS_VOLMTIME_BUILTINBENCH_H
 
-// Prints the tables; `rounds` sleeps and timer periods per measurement.
-int RunBuiltinBench(int rounds);
+#include <string>
+
+// Prints the tables; `rounds` sleeps and timer periods per lateness measurement, each
+// reading measured `repetitions` times. Writes the results as JSON to `jsonPath` unless it
+// is empty.
+int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath);
 
 #endif  // TOOLS_VOLMTIME_BUILTINBENCH_H

@@ -1,10 +1,10 @@
+#include "BenchReport.h"
+#include "BuiltinBench.h"
 #include "Commands.h"
 
-#include "BuiltinBench.h"
 #include "tools/common/ChildProcess.h"
 
-#include <boost/property_tree/json_parser.hpp>
-#include <boost/property_tree/ptree.hpp>
+#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <fstream>
@@ -48,49 +48,86 @@ constexpr Row kLatenessRows[] = {
     {"PeriodicTimerJitter/10/iterations:1", "periodic timer 10 ms, jitter", nullptr},
 };
 
+// Google Benchmark's aggregates of repeated runs, by run name and aggregate name.
+class Aggregates {
+ public:
+  explicit Aggregates(const nlohmann::json& results) {
+    for (const nlohmann::json& entry : results.at("benchmarks")) {
+      if (entry.value("run_type", "") != "aggregate") continue;
+      byName_[entry.at("run_name").get<std::string>() + "|" +
+              entry.at("aggregate_name").get<std::string>()] = entry;
+    }
+  }
+  // The field of one aggregate, 0 if the benchmark did not run (AbslNow without Abseil).
+  [[nodiscard]] double Get(const std::string& run, const char* aggregate, const char* field) const {
+    const auto found = byName_.find(run + "|" + aggregate);
+    return found == byName_.end() ? 0.0 : found->second.value(field, 0.0);
+  }
+
+ private:
+  std::map<std::string, nlohmann::json> byName_;
+};
+
+std::string Ratio(double value, double baseline) {
+  if (baseline <= 0) return "";
+  char text[32];
+  std::snprintf(text, sizeof text, "%.2fx", value / baseline);
+  return text;
+}
+
 }  // namespace
 
-int RunBench(const Arguments& arguments) {
-  arguments.Allow({"--json", "--builtin", "--rounds"});
-  const int rounds = static_cast<int>(arguments.Number("--rounds", 30, 3, 10'000));
+int RunBench(const ToolOptions& options) {
   // Google Benchmark's program is built on Linux only; elsewhere the tool measures itself.
-  if (arguments.Has("--builtin") || !std::ifstream(SiblingProgram("volm_benchmarks"))) {
-    return RunBuiltinBench(rounds);
-  }
-  const std::string json = arguments.Text("--json", "volmtime-bench.json");
+  if (options.builtin || !std::ifstream(SiblingProgram("volm_benchmarks")))
+    return RunBuiltinBench(options.rounds, options.repetitions, options.benchJson);
+  const std::string json = options.benchJson.empty() ? "volmtime-bench.json" : options.benchJson;
+  std::printf("running volm_benchmarks, %d repetitions of each measurement (a few minutes)\n",
+              options.repetitions);
+  std::fflush(stdout);
   ChildProcess benchmarks(SiblingProgram("volm_benchmarks"),
-                          {"--benchmark_out=" + json, "--benchmark_out_format=json"});
-  const std::optional<int> exit = benchmarks.Wait(30 * 60 * 1000);
-  if (!exit || *exit != 0) {
-    std::fprintf(stderr, "volmtime bench: the benchmarks did not finish\n");
-    return 1;
-  }
-  boost::property_tree::ptree results;
-  boost::property_tree::read_json(json, results);
-  std::map<std::string, boost::property_tree::ptree> byName;
-  for (const auto& [key, benchmark] : results.get_child("benchmarks"))
-    byName[benchmark.get<std::string>("name")] = benchmark;
-  const auto time = [&](const char* name) {
-    return byName.count(name) ? byName[name].get<double>("real_time") : 0.0;
-  };
-  const auto counter = [&](const char* name, const char* field) {
-    return byName.count(name) ? byName[name].get<double>(field, 0.0) : 0.0;
-  };
-  std::printf("| reading time | ns per call | ratio to the raw counter read |\n|---|---:|---:|\n");
+                          {"--benchmark_out=" + json, "--benchmark_out_format=json",
+                           "--benchmark_repetitions=" + std::to_string(options.repetitions),
+                           "--benchmark_report_aggregates_only=true"});
+  const std::optional<int> exit = benchmarks.Wait(60 * 60 * 1000);
+  if (!exit || *exit != 0) throw CommandError("the benchmarks did not finish");
+  std::ifstream file(json);
+  const nlohmann::json results = nlohmann::json::parse(file);
+  const Aggregates aggregates(results);
+
+  BenchConditions conditions = MeasuredConditions();
+  const nlohmann::json& context = results.at("context");
+  if (context.contains("load_avg") && !context["load_avg"].empty())
+    conditions.loadAverage = context["load_avg"][0].get<double>();
+  conditions.cpus = context.value("num_cpus", conditions.cpus);
+  conditions.benchLibraryType = context.value("library_build_type", "");
+  std::printf("\n");
+  PrintConditions(conditions);
+
+  std::printf(
+      "\n| reading time | mean ns | median ns | spread (stddev) | median ratio to the raw "
+      "counter read |\n|---|---:|---:|---:|---:|\n");
   for (const Row& row : kTimeRows) {
-    const double ns = time(row.name);
-    std::printf("| %s | %.1f | %s |\n", row.what, ns,
-                row.baseline ? (std::to_string(ns / time(row.baseline)).substr(0, 4) + "x").c_str()
-                             : "1.00x");
+    const double median = aggregates.Get(row.name, "median", "real_time");
+    std::printf("| %s | %.1f | %.1f | %.1f | %s |\n", row.what,
+                aggregates.Get(row.name, "mean", "real_time"), median,
+                aggregates.Get(row.name, "stddev", "real_time"),
+                row.baseline
+                    ? Ratio(median, aggregates.Get(row.baseline, "median", "real_time")).c_str()
+                    : "1.00x");
   }
   std::printf(
-      "\n| waking up | median late (us) | p99 late (us) | median ratio to sleep_for "
-      "|\n|---|---:|---:|---:|\n");
+      "\n| waking up | median late (us), mean | median | spread (stddev) | p99 late (us), median "
+      "| median ratio to sleep_for |\n|---|---:|---:|---:|---:|---:|\n");
   for (const Row& row : kLatenessRows) {
-    const double median = counter(row.name, "median_us");
-    const double ratio = row.baseline ? median / counter(row.baseline, "median_us") : 1.0;
-    std::printf("| %s | %.1f | %.1f | %s |\n", row.what, median, counter(row.name, "p99_us"),
-                row.baseline ? (std::to_string(ratio).substr(0, 4) + "x").c_str() : "");
+    const double median = aggregates.Get(row.name, "median", "median_us");
+    std::printf("| %s | %.1f | %.1f | %.1f | %.1f | %s |\n", row.what,
+                aggregates.Get(row.name, "mean", "median_us"), median,
+                aggregates.Get(row.name, "stddev", "median_us"),
+                aggregates.Get(row.name, "median", "p99_us"),
+                row.baseline
+                    ? Ratio(median, aggregates.Get(row.baseline, "median", "median_us")).c_str()
+                    : "");
   }
   std::printf("\nfull results: %s\n", json.c_str());
   return 0;

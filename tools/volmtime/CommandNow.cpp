@@ -4,8 +4,7 @@
 
 #include <cstdio>
 
-int RunNow(const Arguments& arguments) {
-  arguments.Allow({});
+int RunNow(const ToolOptions&) {
   Library library;
   IVolmTimeFactory* factory = library.Factory();
   Ref<IHighResolutionCounter> counter;

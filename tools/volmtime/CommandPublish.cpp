@@ -1,6 +1,13 @@
 #include "Commands.h"
+#include "Discipline.h"
 #include "Library.h"
+#include "StoreAnalysis.h"
+#include "StoreMapping.h"
+#include "StoreView.h"
 #include "TimeFormat.h"
+#include "WriterLock.h"
+
+#include "tools/common/Process.h"
 
 #include <chrono>
 #include <cmath>
@@ -11,13 +18,8 @@ namespace {
 
 // One counter reading and one system time taken as close together as the machine allows:
 // the tightest of a few tick-time-tick readings, the tick taken in the middle.
-struct Pair {
-  std::uint64_t tick;
-  std::uint64_t time;
-};
-
-Pair TightPair(IHighResolutionCounter* counter, IClock* system) {
-  Pair best{0, 0};
+TimePair TightPair(IHighResolutionCounter* counter, IClock* system) {
+  TimePair best{0, 0};
   std::uint64_t bestSpread = UINT64_MAX;
   for (int attempt = 0; attempt < 5; ++attempt) {
     std::uint64_t before = 0;
@@ -34,22 +36,44 @@ Pair TightPair(IHighResolutionCounter* counter, IClock* system) {
   return best;
 }
 
-}  // namespace
-
-double NominalRate(std::uint64_t frequency) {
-  return 10'000'000.0 / static_cast<double>(frequency);
+// The latest segment of a function that readers of `name` follow now, if there is one.
+std::optional<CorrectionSample> SegmentReadersFollow(const std::string& name) {
+  try {
+    const StoreMapping mapping(name);
+    StoreContents contents;
+    if (mapping.Size() < sizeof(VolmTime::SampleStore) ||
+        !ReadStore(mapping.Address(), 1, contents) || contents.samples.empty())
+      return std::nullopt;
+    return contents.samples.back();
+  } catch (const std::exception&) {
+    return std::nullopt;  // no such store yet
+  }
 }
 
-int RunPublish(const Arguments& arguments) {
-  arguments.Allow({"--interval-ms", "--duration-s", "--jump-ms", "--quiet"});
-  if (arguments.Positional().size() != 1) throw UsageError("publish needs exactly one NAME");
-  const std::string name = arguments.Positional()[0];
-  const auto interval = std::chrono::milliseconds(
-      static_cast<long>(arguments.Number("--interval-ms", 100, 1, 3'600'000)));
-  const double duration = arguments.Number("--duration-s", 0, 0, 1e9);
-  // A change of the offset beyond this between two samples is a jump, not drift.
-  const double jumpUnits = arguments.Number("--jump-ms", 50, 0.1, 1e7) * 10'000.0;
-  const bool quiet = arguments.Has("--quiet");
+}  // namespace
+
+int RunPublish(const ToolOptions& options) {
+  const std::string& name = options.name;
+  WriterLock lock(name);
+  if (!lock.TryTake()) {
+    const std::string holder = lock.Holder();
+    if (!options.takeOver) {
+      throw CommandError("\"" + name + "\" is being published by " + holder +
+                         "; stop that publisher first, or take its place with --take-over");
+    }
+    std::printf("%s  asking the publisher of \"%s\" (%s) to stop\n", Timestamp().c_str(),
+                name.c_str(), holder.c_str());
+    std::fflush(stdout);
+    if (!lock.TakeOver(std::chrono::seconds(10)))
+      throw CommandError("the publisher of \"" + name + "\" (" + holder +
+                         ") did not stop within 10 s");
+  }
+
+  const auto interval = std::chrono::duration<double, std::milli>(options.intervalMs);
+  const auto jumpUnits = static_cast<std::uint64_t>(options.jumpMs * 10'000.0);
+  const bool statusLines = !options.quiet;
+  // A terminal gets one status line rewritten in place; a file or a pipe one line per update.
+  const bool inPlace = statusLines && StandardOutputIsTerminal();
 
   Library library;
   IVolmTimeFactory* factory = library.Factory();
@@ -60,59 +84,55 @@ int RunPublish(const Arguments& arguments) {
   std::uint64_t frequency = 0;
   Check(counter->GetFrequency(&frequency), counter.Get(), "GetFrequency");
   const double nominal = NominalRate(frequency);
+  const std::optional<CorrectionSample> earlier = SegmentReadersFollow(name);
   Ref<IPiecewiseLinearCorrection> writer;
   Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(name).c_str(), writer.Out()),
-        factory, "creating the shared correction function " + name);
+        factory, "creating the shared correction function \"" + name + "\"");
 
+  Discipline discipline(nominal, jumpUnits);
   const auto start = std::chrono::steady_clock::now();
-  Pair previous = TightPair(counter.Get(), system.Get());
-  double rate = nominal;
-  Check(writer->AddSample(previous.tick, rate, previous.time), writer.Get(), "AddSample");
+  Discipline::Update update = discipline.Start(TightPair(counter.Get(), system.Get()), earlier);
+  Check(writer->AddSample(update.sample.tick, update.sample.rate, update.sample.time), writer.Get(),
+        "AddSample");
   Check(writer->Publish(), writer.Get(), "Publish");
+  if (statusLines) {
+    std::printf("%s  publishing \"%s\" every %g ms (pid %u)%s\n", Timestamp().c_str(), name.c_str(),
+                options.intervalMs, CurrentProcessId(),
+                earlier ? ", continuing the function readers followed" : "");
+    std::fflush(stdout);
+  }
   std::uint64_t samples = 1;
   std::uint64_t jumps = 0;
-  double lastCorrection = 0;
+  std::string requester;
   while (!gStopRequested.load()) {
     std::this_thread::sleep_for(interval);
-    if (duration > 0 &&
-        std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(duration))
+    if (options.durationS > 0 && std::chrono::steady_clock::now() - start >=
+                                     std::chrono::duration<double>(options.durationS))
       break;
-    const Pair now = TightPair(counter.Get(), system.Get());
-    const double elapsedTicks = static_cast<double>(now.tick - previous.tick);
-    // As the function itself computes it: times are too large for a double to hold exactly.
-    const std::uint64_t predicted = previous.time + static_cast<std::uint64_t>(elapsedTicks * rate);
-    lastCorrection = static_cast<double>(static_cast<std::int64_t>(now.time - predicted));
-    if (now.time <= previous.time) {
-      // The system clock stepped back: time on the shared axis cannot go back with it, so the
-      // function starts over from here.
-      Check(writer->Reset(), writer.Get(), "Reset");
-      rate = nominal;
-      ++jumps;
-    } else if (std::fabs(lastCorrection) > jumpUnits) {
-      // A suspended machine or a stepped clock: a new segment starts at the jump with the
-      // rate measured before it, instead of bending that rate.
-      ++jumps;
-    } else {
-      rate = static_cast<double>(now.time - previous.time) / elapsedTicks;
+    if (lock.TakeOverRequested(requester)) {
+      if (inPlace) std::printf("\n");
+      std::printf("%s  %s takes over \"%s\"; stopping\n", Timestamp().c_str(), requester.c_str(),
+                  name.c_str());
+      return 0;
     }
-    // Within the jump limit the new segment starts no lower than the old one ends, so time on
-    // the shared axis never goes back; the measured rate brings it to the system time.
-    std::uint64_t anchor = now.time;
-    // (+1: the function's truncation may already have shown a reader one unit more.)
-    if (lastCorrection <= 0 && std::fabs(lastCorrection) <= jumpUnits) anchor = predicted + 1;
-    if (now.tick <= previous.tick || anchor <= previous.time) continue;
-    Check(writer->AddSample(now.tick, rate, anchor), writer.Get(), "AddSample");
+    update = discipline.Next(TightPair(counter.Get(), system.Get()));
+    if (update.action == Discipline::Action::kSkip) continue;
+    if (update.action == Discipline::Action::kStartOver)
+      Check(writer->Reset(), writer.Get(), "Reset");
+    if (update.jump) ++jumps;
+    Check(writer->AddSample(update.sample.tick, update.sample.rate, update.sample.time),
+          writer.Get(), "AddSample");
     Check(writer->Publish(), writer.Get(), "Publish");
     ++samples;
-    previous = {now.tick, anchor};
-    if (!quiet) {
-      std::printf("\rsamples %llu  rate %+9.3f ppm  last correction %s  jumps %llu   ",
-                  static_cast<unsigned long long>(samples), (rate / nominal - 1.0) * 1e6,
-                  FormatOffsetMs(static_cast<std::int64_t>(lastCorrection)).c_str(),
-                  static_cast<unsigned long long>(jumps));
+    if (statusLines) {
+      std::printf("%s%s  samples %llu  rate %+10.4f ppm  offset %s  jumps %llu%s",
+                  inPlace ? "\r" : "", Timestamp().c_str(),
+                  static_cast<unsigned long long>(samples), RatePpm(update.sample.rate, nominal),
+                  FormatOffsetUs(update.offset).c_str(), static_cast<unsigned long long>(jumps),
+                  inPlace ? "   " : "\n");
       std::fflush(stdout);
     }
   }
-  if (!quiet) std::printf("\n");
+  if (inPlace) std::printf("\n");
   return 0;
 }

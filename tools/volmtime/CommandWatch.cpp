@@ -1,24 +1,24 @@
 #include "Commands.h"
 #include "Library.h"
+#include "StoreAnalysis.h"
+#include "StoreMapping.h"
+#include "StoreView.h"
 #include "TimeFormat.h"
+
+#include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <thread>
 
-int RunWatch(const Arguments& arguments) {
-  arguments.Allow({"--interval-ms", "--duration-s", "--report", "--quiet"});
-  if (arguments.Positional().size() != 1) throw UsageError("watch needs exactly one NAME");
-  const std::string name = arguments.Positional()[0];
-  const auto interval = std::chrono::milliseconds(
-      static_cast<long>(arguments.Number("--interval-ms", 200, 1, 3'600'000)));
-  const double duration = arguments.Number("--duration-s", 0, 0, 1e9);
-  const bool quiet = arguments.Has("--quiet");
+int RunWatch(const ToolOptions& options) {
+  const std::string& name = options.name;
+  const auto interval = std::chrono::duration<double, std::milli>(options.intervalMs);
   std::ofstream report;
-  if (arguments.Has("--report")) {
-    report.open(arguments.Text("--report", ""));
-    if (!report) throw UsageError("cannot write " + arguments.Text("--report", ""));
+  if (!options.report.empty()) {
+    report.open(options.report);
+    if (!report) throw CommandError("cannot write the report " + options.report);
   }
 
   Library library;
@@ -27,35 +27,66 @@ int RunWatch(const Arguments& arguments) {
   Ref<IClock> system;
   Ref<IHighResolutionCounter> counter;
   Check(factory->CreateSynchronizedClock(Widen(name).c_str(), named.Out()), factory,
-        "opening the named clock " + name);
+        "opening the named clock \"" + name + "\"");
   Check(factory->GetSystemClock(system.Out()), factory, "GetSystemClock");
   Check(factory->GetCounter(counter.Out()), factory, "GetCounter");
   std::uint64_t frequency = 0;
   Check(counter->GetFrequency(&frequency), counter.Get(), "GetFrequency");
-  Ref<ICorrectionFunction> correction;
-  Check(named->GetCorrectionFunction(correction.Out()), named.Get(), "GetCorrectionFunction");
+  const StoreMapping mapping(name);
 
+  if (!options.quiet && options.csv)
+    std::printf("timestamp,clock_time,offset_ns,rate_ppm,last_update_age_s,stale\n");
   const auto start = std::chrono::steady_clock::now();
+  bool wasStale = false;
   while (!gStopRequested.load()) {
     std::uint64_t before = 0;
     std::uint64_t time = 0;
     std::uint64_t after = 0;
+    std::uint64_t tick = 0;
     Check(system->GetTime(&before), system.Get(), "reading the system clock");
-    Check(named->GetTime(&time), named.Get(), "reading the named clock");
+    const VolmResult read = named->GetTime(&time);
     Check(system->GetTime(&after), system.Get(), "reading the system clock");
+    Check(counter->GetTick(&tick), counter.Get(), "reading the counter");
     // Against the system time in the middle of the reading.
     const std::uint64_t reference = before + (after - before) / 2;
-    const auto offset = static_cast<std::int64_t>(time - reference);
-    double rate = 0;
-    Check(correction->GetRate(&rate), correction.Get(), "GetRate");
-    if (!quiet) {
-      std::printf("%s  offset %s  rate %+9.3f ppm\n", FormatSystemTime(time).c_str(),
-                  FormatOffsetMs(offset).c_str(), (rate / NominalRate(frequency) - 1.0) * 1e6);
+    const std::int64_t offset = Difference(time, reference);
+    StoreContents contents;
+    const bool haveStore = ReadStore(mapping.Address(), VolmTime::kLatestRingSize, contents) &&
+                           !contents.samples.empty();
+    const TrackingState state =
+        haveStore ? Track(contents.samples, frequency, tick) : TrackingState{};
+    const bool stale = !haveStore || state.stale;
+    if (!options.quiet) {
+      if (!VolmSucceeded(read)) {
+        std::printf("%s  \"%s\" cannot be read now (0x%08X)\n", Timestamp().c_str(), name.c_str(),
+                    static_cast<unsigned>(read));
+      } else if (options.json) {
+        nlohmann::ordered_json line = {{"timestamp", Timestamp()},
+                                       {"clock_time", FormatSystemTime(time)},
+                                       {"offset_ns", offset * 100},
+                                       {"rate_ppm", state.frequencyPpm},
+                                       {"last_update_age_s", state.lastUpdateAgeS},
+                                       {"stale", stale}};
+        std::printf("%s\n", line.dump().c_str());
+      } else if (options.csv) {
+        std::printf("%s,%s,%lld,%.4f,%.3f,%d\n", Timestamp().c_str(),
+                    FormatSystemTime(time).c_str(), static_cast<long long>(offset * 100),
+                    state.frequencyPpm, state.lastUpdateAgeS, stale ? 1 : 0);
+      } else {
+        std::printf("%s  clock %s  offset %s  rate %+10.4f ppm  updated %.2f s ago%s\n",
+                    Timestamp().c_str(), FormatSystemTime(time).c_str(),
+                    FormatOffsetUs(offset).c_str(), state.frequencyPpm, state.lastUpdateAgeS,
+                    stale ? "  STALE: its publisher has stopped updating" : "");
+      }
       std::fflush(stdout);
     }
-    if (report) report << reference << ' ' << offset << '\n' << std::flush;
-    if (duration > 0 &&
-        std::chrono::steady_clock::now() - start >= std::chrono::duration<double>(duration))
+    if (stale && !wasStale && options.quiet)
+      std::fprintf(stderr, "%s  \"%s\" is stale: no update for %.1f s\n", Timestamp().c_str(),
+                   name.c_str(), state.lastUpdateAgeS);
+    wasStale = stale;
+    if (report && VolmSucceeded(read)) report << reference << ' ' << offset << '\n' << std::flush;
+    if (options.durationS > 0 && std::chrono::steady_clock::now() - start >=
+                                     std::chrono::duration<double>(options.durationS))
       break;
     std::this_thread::sleep_for(interval);
   }

@@ -1,24 +1,29 @@
 // The subcommands of volmtime. Each returns the process's exit code: 0 when all went well,
-// 1 when the library or the check failed; usage mistakes throw UsageError (exit code 2).
+// 1 when the library or the check failed (usage mistakes end with 2 before they run).
 #ifndef TOOLS_VOLMTIME_COMMANDS_H
 #define TOOLS_VOLMTIME_COMMANDS_H
 
-#include "Arguments.h"
+#include "Cli.h"
 
 #include <atomic>
+#include <stdexcept>
 
-int RunNow(const Arguments& arguments);
-int RunPublish(const Arguments& arguments);
-int RunWatch(const Arguments& arguments);
-int RunInspect(const Arguments& arguments);
-int RunDemo(const Arguments& arguments);
-// Runs the benchmark program next to this one and prints its results as Markdown tables.
-int RunBench(const Arguments& arguments);
+// A failure to report with the command's name and exit code 1.
+class CommandError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+int RunNow(const ToolOptions& options);
+int RunPublish(const ToolOptions& options);
+int RunWatch(const ToolOptions& options);
+int RunInspect(const ToolOptions& options);
+int RunTracking(const ToolOptions& options);
+int RunDemo(const ToolOptions& options);
+// Runs the benchmarks and prints their results as Markdown tables.
+int RunBench(const ToolOptions& options);
 
 // Set by Ctrl-C or SIGTERM; long-running commands end cleanly when they see it.
 extern std::atomic<bool> gStopRequested;
-
-// 100-ns units per tick for the counter's frequency.
-double NominalRate(std::uint64_t frequency);
 
 #endif  // TOOLS_VOLMTIME_COMMANDS_H

@@ -38,8 +38,22 @@ std::string FormatSeconds(std::uint64_t units) {
   return text;
 }
 
-std::string FormatOffsetMs(std::int64_t units) {
+std::string FormatOffsetUs(std::int64_t units) {
+  // The magnitude as unsigned, so that the most negative offset has one too.
+  const std::uint64_t magnitude =
+      units < 0 ? 0 - static_cast<std::uint64_t>(units) : static_cast<std::uint64_t>(units);
   char text[48];
-  std::snprintf(text, sizeof text, "%+.4f ms", static_cast<double>(units) / 10'000.0);
+  std::snprintf(text, sizeof text, "%c%llu.%llu us", units < 0 ? '-' : '+',
+                static_cast<unsigned long long>(magnitude / 10),
+                static_cast<unsigned long long>(magnitude % 10));
   return text;
+}
+
+std::string Timestamp() {
+  constexpr std::uint64_t kUnitsFrom1601To1970 = kSecondsFrom1601To1970 * kUnitsPerSecond;
+  const auto sinceUnixEpoch =
+      std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
+          std::chrono::system_clock::now().time_since_epoch());
+  return FormatSystemTime(kUnitsFrom1601To1970 +
+                          static_cast<std::uint64_t>(sinceUnixEpoch.count()));
 }

@@ -12,7 +12,10 @@ std::string FormatSystemTime(std::uint64_t fileTime);
 // A duration or relative time in 100-ns units as seconds with seven decimals: "12.3456789 s".
 std::string FormatSeconds(std::uint64_t units);
 
-// A signed offset in 100-ns units as milliseconds with four decimals: "+0.1234 ms".
-std::string FormatOffsetMs(std::int64_t units);
+// A signed offset in 100-ns units as microseconds, exactly: "+0.1 us", "-1234.5 us".
+std::string FormatOffsetUs(std::int64_t units);
+
+// The system clock now as FormatSystemTime writes it: the start of every log line.
+std::string Timestamp();
 
 #endif  // TOOLS_VOLMTIME_TIMEFORMAT_H

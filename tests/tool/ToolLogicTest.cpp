@@ -1,0 +1,232 @@
+// The volmtime tool's own logic: its command line, the publisher's segment rules, exact
+// offsets on times near 1.3e17, the discipline summary, and the plot as an XML document.
+#include "Cli.h"
+#include "Discipline.h"
+#include "StoreAnalysis.h"
+#include "Svg.h"
+
+#include <gtest/gtest.h>
+#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+// A system time of late 2026 in 100-ns units since 1601: a double steps by 16 units here.
+constexpr std::uint64_t kNow = 134'090'000'000'000'000;
+
+struct Parsed {
+  std::optional<int> exit;
+  ToolOptions options;
+  std::string out;
+  std::string err;
+};
+
+Parsed Parse(std::vector<const char*> arguments) {
+  arguments.insert(arguments.begin(), "volmtime");
+  Parsed parsed;
+  std::ostringstream out;
+  std::ostringstream err;
+  parsed.exit = ParseCommandLine(static_cast<int>(arguments.size()), arguments.data(),
+                                 parsed.options, out, err);
+  parsed.out = out.str();
+  parsed.err = err.str();
+  return parsed;
+}
+
+TEST(CommandLine, TakesOptionsEitherWayWithPerCommandDefaults) {
+  const Parsed publish = Parse({"publish", "n", "--interval-ms=20", "--jump-ms", "5"});
+  ASSERT_FALSE(publish.exit) << publish.err;
+  EXPECT_EQ(publish.options.command, "publish");
+  EXPECT_EQ(publish.options.name, "n");
+  EXPECT_EQ(publish.options.intervalMs, 20);
+  EXPECT_EQ(publish.options.jumpMs, 5);
+  const Parsed watch = Parse({"watch", "n", "--json"});
+  ASSERT_FALSE(watch.exit) << watch.err;
+  EXPECT_EQ(watch.options.intervalMs, 200);
+  EXPECT_TRUE(watch.options.json);
+}
+
+TEST(CommandLine, RefusesMistakesWithExitCodeTwo) {
+  for (const std::vector<const char*>& mistake : {std::vector<const char*>{"now", "extra"},
+                                                  {"watch", "n", "--bogus"},
+                                                  {"watch"},
+                                                  {"inspect", "n", "--json", "--csv"},
+                                                  {"frobnicate"},
+                                                  {}}) {
+    const Parsed parsed = Parse(mistake);
+    EXPECT_EQ(parsed.exit, kUsageExitCode) << (mistake.empty() ? "" : mistake[0]);
+    EXPECT_FALSE(parsed.err.empty());
+  }
+  const Parsed range = Parse({"publish", "n", "--interval-ms", "0"});
+  EXPECT_EQ(range.exit, kUsageExitCode);
+  EXPECT_NE(range.err.find("from 1 to 3600000, not \"0\""), std::string::npos) << range.err;
+}
+
+TEST(CommandLine, AnswersHelpAndVersionWithExitCodeZero) {
+  const Parsed help = Parse({"now", "-h"});
+  EXPECT_EQ(help.exit, 0);
+  EXPECT_NE(help.out.find("volmtime now"), std::string::npos) << help.out;
+  const Parsed version = Parse({"--version"});
+  EXPECT_EQ(version.exit, 0);
+  EXPECT_EQ(version.out, "volmtime " VOLM_VERSION "\n");
+}
+
+// The segment rules: a publisher with a 1 GHz counter (100 ticks per time unit), a 50 ms
+// jump limit, and the previous segment at kNow with the nominal rate.
+class SegmentRules : public ::testing::Test {
+ protected:
+  static constexpr double kNominal = 0.01;
+  static constexpr std::uint64_t kJump = 500'000;
+  static constexpr std::uint64_t kInterval = 100'000'000;  // ticks: 100 ms
+
+  SegmentRules() : discipline_(kNominal, kJump) {
+    previous_ = discipline_.Start({1'000'000, kNow}, std::nullopt).sample;
+  }
+
+  // The next update with the system clock `offset` units from where the segment arrives.
+  Discipline::Update After(std::int64_t offset) {
+    const std::uint64_t tick = previous_.tick + kInterval;
+    const auto arrives = static_cast<std::int64_t>(TimeOnSegment(previous_, tick));
+    const Discipline::Update update =
+        discipline_.Next({tick, static_cast<std::uint64_t>(arrives + offset)});
+    previous_ = update.sample;
+    return update;
+  }
+
+  Discipline discipline_;
+  CorrectionSample previous_{};
+};
+
+TEST_F(SegmentRules, DriftBendsTheRateAndNeverStartsBelowThePreviousSegment) {
+  const CorrectionSample before = previous_;
+  Discipline::Update late = After(-30);
+  EXPECT_EQ(late.action, Discipline::Action::kAppend);
+  EXPECT_FALSE(late.jump);
+  EXPECT_EQ(late.offset, -30);
+  // The system clock is behind: the segment starts one unit above where the old one ends.
+  EXPECT_EQ(late.sample.time, TimeOnSegment(before, late.sample.tick) + 1);
+  EXPECT_LT(late.sample.rate, kNominal);
+  const CorrectionSample slow = previous_;
+  Discipline::Update early = After(+40);
+  EXPECT_EQ(early.sample.time, TimeOnSegment(slow, early.sample.tick) + 40);
+  EXPECT_GT(early.sample.rate, slow.rate);
+}
+
+TEST_F(SegmentRules, AJumpForwardStartsASegmentAtTheJumpWithTheRateBefore) {
+  After(+25);
+  const double rate = previous_.rate;
+  const Discipline::Update jump = After(+600'000);
+  EXPECT_EQ(jump.action, Discipline::Action::kAppend);
+  EXPECT_TRUE(jump.jump);
+  EXPECT_EQ(jump.sample.rate, rate);
+}
+
+TEST_F(SegmentRules, AClockSteppedBackBeyondTheLimitStartsOver) {
+  const Discipline::Update back = After(-600'000);
+  EXPECT_EQ(back.action, Discipline::Action::kStartOver);
+  EXPECT_TRUE(back.jump);
+  EXPECT_EQ(back.sample.rate, kNominal);
+  EXPECT_EQ(back.sample.time, TimeOnSegment(previous_, back.sample.tick));
+  EXPECT_EQ(After(0).action, Discipline::Action::kAppend);
+}
+
+TEST_F(SegmentRules, ATakenOverFunctionIsContinuedWithoutGoingBack) {
+  // Readers followed a function 2 ms ahead of the system clock.
+  const CorrectionSample earlier{5'000'000, kNow + 20'000, kNominal};
+  Discipline next(kNominal, kJump);
+  const std::uint64_t tick = earlier.tick + kInterval;
+  const Discipline::Update first =
+      next.Start({tick, TimeOnSegment(earlier, tick) - 20'000}, earlier);
+  EXPECT_EQ(first.action, Discipline::Action::kAppend);
+  EXPECT_EQ(first.sample.time, TimeOnSegment(earlier, tick) + 1);
+}
+
+TEST(ExactOffsets, AreTakenFromIntegerDifferencesOfLargeTimes) {
+  // Samples 1,000,000 ticks apart at 0.01 units per tick, a few units off a straight line:
+  // in doubles near kNow these offsets would all round to multiples of 16.
+  const std::vector<std::int64_t> off = {0, 3, -2, 5, 0};
+  std::vector<CorrectionSample> samples;
+  for (std::size_t i = 0; i < off.size(); ++i) {
+    samples.push_back(
+        {1'000'000 * (i + 1), kNow + 10'000 * i + static_cast<std::uint64_t>(off[i] + 10), 0.01});
+  }
+  const std::vector<double> offsets = OffsetsFromLine(samples);
+  for (std::size_t i = 0; i < off.size(); ++i)
+    EXPECT_NEAR(offsets[i], static_cast<double>(off[i]), 1e-9) << i;
+  const std::vector<std::int64_t> steps = UpdateSteps(samples);
+  ASSERT_EQ(steps.size(), 4u);
+  EXPECT_EQ(steps[0], 3);
+  EXPECT_EQ(steps[1], -5);
+  EXPECT_EQ(steps[2], 7);
+  EXPECT_EQ(steps[3], -5);
+}
+
+TEST(Tracking, SummarisesTheDisciplineAndNoticesAStoppedPublisher) {
+  // 1 GHz counter: nominal rate 0.01; updates every 0.1 s at +2 ppm, steps of +1 unit.
+  const double rate = 0.01 * (1 + 2e-6);
+  std::vector<CorrectionSample> samples{{1'000'000'000, kNow, rate}};
+  for (int i = 1; i < 10; ++i) {
+    const CorrectionSample& last = samples.back();
+    const std::uint64_t tick = last.tick + 100'000'000;
+    samples.push_back({tick, TimeOnSegment(last, tick) + 1, rate});
+  }
+  const TrackingState live = Track(samples, 1'000'000'000, samples.back().tick + 50'000'000);
+  EXPECT_NEAR(live.frequencyPpm, 2.0, 1e-6);
+  EXPECT_NEAR(live.frequencyChangePpm, 0.0, 1e-9);
+  EXPECT_DOUBLE_EQ(live.lastOffsetNs, 100.0);
+  EXPECT_DOUBLE_EQ(live.rmsOffsetNs, 100.0);
+  EXPECT_DOUBLE_EQ(live.updateIntervalS, 0.1);
+  EXPECT_DOUBLE_EQ(live.lastUpdateAgeS, 0.05);
+  EXPECT_FALSE(live.stale);
+  EXPECT_TRUE(Track(samples, 1'000'000'000, samples.back().tick + 2'000'000'000).stale);
+}
+
+TEST(Plot, IsValidXmlWithEscapedTextLabelledAxesAndItsNumbers) {
+  Plot plot{
+      "store a&b <\"c\">",
+      "time before now (s)",
+      {-3.0, -2.0, -1.0, 0.0},
+      {{"offset", "µs", {-0.02, 0.01, 0.035, 0.0}, ""}, {"rate", "ppm", {1.5, 1.5, 1.5, 1.5}, ""}}};
+  const std::string svg = DrawPlot(plot);
+  boost::property_tree::ptree document;
+  std::istringstream stream(svg);
+  ASSERT_NO_THROW(boost::property_tree::read_xml(stream, document)) << svg;
+  EXPECT_EQ(document.get<std::string>("svg.title"), plot.title);
+  EXPECT_NE(svg.find(">offset (µs)</text>"), std::string::npos);
+  EXPECT_NE(svg.find(">rate (ppm)</text>"), std::string::npos);
+  EXPECT_NE(svg.find(">time before now (s)</text>"), std::string::npos);
+  EXPECT_NE(svg.find(">0.02</text>"), std::string::npos);  // a tick label of the offsets
+  EXPECT_NE(svg.find(">-2.5</text>"), std::string::npos);  // and of the time axis
+  EXPECT_NE(svg.find("class=\"zero\""), std::string::npos);
+  EXPECT_NE(document.get<std::string>("svg.metadata").find("2,-1,0.035,1.5"), std::string::npos);
+}
+
+TEST(Plot, TicksAreRoundAndCoverTheRange) {
+  const Ticks ticks = RoundTicks(-0.00006, 0.00023, 6);
+  ASSERT_GE(ticks.values.size(), 3u);
+  EXPECT_LE(ticks.values.front(), -0.00006 + 1e-12 + 0.00005);
+  EXPECT_GE(ticks.values.back(), 0.00023 - 0.00005);
+  EXPECT_EQ(ticks.decimals, 5);
+  EXPECT_DOUBLE_EQ(ticks.values[1] - ticks.values[0], 0.00005);
+}
+
+TEST(Plot, ThinsLongSeriesButKeepsEveryColumnsExtremes) {
+  std::vector<double> x;
+  Panel panel{"p", "u", {}, ""};
+  for (int i = 0; i < 10'000; ++i) {
+    x.push_back(i);
+    panel.values.push_back(i == 4321 ? 99.0 : 0.0);
+  }
+  const std::vector<std::size_t> drawn = PointsToDraw(x, {panel}, 100);
+  EXPECT_LT(drawn.size(), 500u);
+  EXPECT_NE(std::find(drawn.begin(), drawn.end(), 4321u), drawn.end());
+  EXPECT_EQ(drawn.front(), 0u);
+  EXPECT_EQ(drawn.back(), 9'999u);
+}
+
+}  // namespace

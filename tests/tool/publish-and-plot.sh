@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# The volmtime tool end to end on a real publisher: a second publisher is refused and told
+# who holds the store, --take-over replaces the holder, and the plot of the store is valid
+# XML with labelled axes whose offsets equal an exact recomputation from the samples.
+# Usage: publish-and-plot.sh VOLMTIME [EMULATOR]   (the emulator runs Windows builds)
+set -euo pipefail
+tool=("${@:2}" "$1")
+[ -n "${2:-}" ] || tool=("$1")
+name="volmtime-plot-test-$$"
+scratch=$(mktemp -d)
+first=
+trap '[ -z "$first" ] || kill "$first" 2>/dev/null; rm -rf "$scratch"' EXIT
+
+"${tool[@]}" publish "$name" --interval-ms 20 --duration-s 60 >"$scratch/first.txt" &
+first=$!
+# Wait for the first status line: the store exists and the lock is held.
+for _ in $(seq 200); do
+  grep -q publishing "$scratch/first.txt" 2>/dev/null && break
+  sleep 0.1
+done
+grep -q publishing "$scratch/first.txt" || { echo "the publisher did not start"; exit 1; }
+sleep 1
+
+set +e
+"${tool[@]}" publish "$name" --duration-s 1 >/dev/null 2>"$scratch/refused.txt"
+refused=$?
+set -e
+[ "$refused" -eq 1 ] || { echo "a second publisher was not refused (exit $refused)"; exit 1; }
+grep -q "is being published by pid" "$scratch/refused.txt" ||
+  { echo "the refusal does not name the holder:"; cat "$scratch/refused.txt"; exit 1; }
+
+# The plot and the samples it shows, read while the publisher runs.
+"${tool[@]}" inspect "$name" --last 1000000 --json --svg "$scratch/plot.svg" >"$scratch/store.json"
+
+"${tool[@]}" publish "$name" --take-over --interval-ms 20 --duration-s 1 >"$scratch/second.txt"
+wait "$first"
+first=
+grep -q "takes over" "$scratch/first.txt" ||
+  { echo "the first publisher did not give way:"; cat "$scratch/first.txt"; exit 1; }
+
+xmllint --noout "$scratch/plot.svg"
+python3 - "$scratch/plot.svg" "$scratch/store.json" <<'PY'
+import json, sys
+import xml.etree.ElementTree as ET
+from fractions import Fraction
+
+svg = ET.parse(sys.argv[1]).getroot()
+ns = "{http://www.w3.org/2000/svg}"
+texts = [t.text or "" for t in svg.iter(ns + "text")]
+for label in ("time before now (s)", "(µs)", "(ppm)"):
+    assert any(label in t for t in texts), "no axis title with " + label
+assert sum(1 for t in texts if t.strip().lstrip("-").replace(".", "").isdigit()) >= 8, "too few tick labels"
+
+samples = json.load(open(sys.argv[2]))["samples"]
+assert len(samples) >= 20, "only %d samples" % len(samples)
+first, last = samples[0], samples[-1]
+slope = Fraction(last["time"] - first["time"], last["tick"] - first["tick"])
+lines = svg.find(ns + "metadata").text.strip().splitlines()[1:]
+assert len(lines) == len(samples), (len(lines), len(samples))
+for line in lines:
+    index, _, offset_us, _ = line.split(",")
+    sample = samples[int(index)]
+    exact = (sample["time"] - first["time"]) - (sample["tick"] - first["tick"]) * slope
+    assert abs(float(offset_us) - float(exact) / 10) < 1e-6, (line, float(exact) / 10)
+print("plot of %d samples: valid, labelled, offsets exact" % len(samples))
+PY

@@ -1,0 +1,134 @@
+#include "Cli.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+std::string Plain(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.10g", value);
+  return text;
+}
+
+// A number from `minimum` to `maximum`, written as such in the message when it is not one.
+CLI::Validator Between(double minimum, double maximum) {
+  const std::string range = Plain(minimum) + " to " + Plain(maximum);
+  return CLI::Validator(
+      [=](std::string& text) -> std::string {
+        std::size_t used = 0;
+        double value = NAN;
+        try {
+          value = std::stod(text, &used);
+        } catch (const std::exception&) {
+          used = 0;
+        }
+        if (used != text.size() || !(value >= minimum && value <= maximum))
+          return "must be a number from " + range + ", not \"" + text + "\"";
+        return "";
+      },
+      "NUMBER in " + range);
+}
+
+CLI::App* AddNameCommand(CLI::App& app, const char* command, const char* summary,
+                         ToolOptions& options) {
+  CLI::App* sub = app.add_subcommand(command, summary);
+  sub->add_option("NAME", options.name, "the shared correction function's name")->required();
+  return sub;
+}
+
+void AddOutputFormats(CLI::App* sub, ToolOptions& options) {
+  CLI::Option* json = sub->add_flag("--json", options.json, "machine-readable output as JSON");
+  sub->add_flag("--csv", options.csv, "machine-readable output as CSV")->excludes(json);
+}
+
+}  // namespace
+
+std::optional<int> ParseCommandLine(int argc, const char* const* argv, ToolOptions& options,
+                                    std::ostream& out, std::ostream& err) {
+  CLI::App app{"volmtime: reads, publishes, watches and inspects VolmTime's shared time",
+               "volmtime"};
+  app.set_version_flag("--version", "volmtime " VOLM_VERSION);
+  app.require_subcommand(1);
+  app.fallthrough(false);
+
+  app.add_subcommand("now", "the counter, the relative clock and the system clock");
+
+  CLI::App* publish =
+      AddNameCommand(app, "publish",
+                     "discipline the shared correction function NAME to the system clock", options);
+  publish->add_option("--interval-ms", options.intervalMs, "time between updates")
+      ->check(Between(1.0, 3'600'000.0))
+      ->capture_default_str();
+  publish->add_option("--duration-s", options.durationS, "stop after this long (0: at Ctrl-C)")
+      ->check(Between(0.0, 1e9))
+      ->capture_default_str();
+  publish
+      ->add_option("--jump-ms", options.jumpMs,
+                   "an offset beyond this is a jump, not drift: a new segment starts")
+      ->check(Between(0.1, 1e7))
+      ->capture_default_str();
+  publish->add_flag("--take-over", options.takeOver,
+                    "stop the writer that holds NAME and publish in its place");
+  publish->add_flag("--quiet", options.quiet, "no status lines");
+
+  CLI::App* watch =
+      AddNameCommand(app, "watch", "a named clock against the system clock, live", options);
+  watch->add_option("--interval-ms", options.intervalMs, "time between lines (default 200)")
+      ->check(Between(1.0, 3'600'000.0));
+  watch->add_option("--duration-s", options.durationS, "stop after this long (0: at Ctrl-C)")
+      ->check(Between(0.0, 1e9))
+      ->capture_default_str();
+  watch->add_option("--report", options.report,
+                    "also append \"system-time offset\" lines (100-ns units) to FILE");
+  watch->add_flag("--quiet", options.quiet, "no lines on the terminal");
+  AddOutputFormats(watch, options);
+
+  CLI::App* inspect = AddNameCommand(app, "inspect", "the store NAME, read-only", options);
+  inspect->add_option("--last", options.last, "rows of the sample table")
+      ->check(Between(1, 10'000'000))
+      ->capture_default_str();
+  inspect->add_option("--svg", options.svg, "plot offset and rate to FILE");
+  inspect
+      ->add_option("--window-s", options.windowS,
+                   "plot only the samples of the last seconds (0: all)")
+      ->check(Between(0.0, 1e9))
+      ->capture_default_str();
+  AddOutputFormats(inspect, options);
+
+  CLI::App* tracking = AddNameCommand(
+      app, "tracking", "the store's discipline as chronyc tracking shows a clock's", options);
+  tracking->add_option("--samples", options.samples, "updates in the RMS offset")
+      ->check(Between(2, 500'000))
+      ->capture_default_str();
+  AddOutputFormats(tracking, options);
+
+  CLI::App* demo =
+      app.add_subcommand("demo", "publisher, two watchers and a timer, with a verdict");
+  demo->add_option("--seconds", options.seconds, "how long the watchers watch")
+      ->check(Between(1.0, 600.0))
+      ->capture_default_str();
+
+  CLI::App* bench = app.add_subcommand("bench", "benchmarks against the alternatives");
+  bench->add_option("--json", options.benchJson, "write the full results to FILE");
+  bench->add_flag("--builtin", options.builtin,
+                  "measure with the tool's own loops, not Google Benchmark");
+  bench->add_option("--rounds", options.rounds, "wake-ups per lateness measurement")
+      ->check(Between(3, 10'000))
+      ->capture_default_str();
+  bench->add_option("--repetitions", options.repetitions, "runs of every measurement")
+      ->check(Between(1, 100))
+      ->capture_default_str();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const int code = app.exit(error, out, err);
+    return code == 0 ? 0 : kUsageExitCode;
+  }
+  for (CLI::App* sub : app.get_subcommands()) options.command = sub->get_name();
+  if (options.command == "watch" && watch->count("--interval-ms") == 0) options.intervalMs = 200;
+  return std::nullopt;
+}

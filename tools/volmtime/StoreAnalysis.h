@@ -1,0 +1,45 @@
+// What the tool reads out of a shared function's samples: offsets, rates against the
+// counter's nominal rate, update steps and the state of the discipline. Times near 1.3e17
+// are never held in a double: they are differenced as integers first.
+#ifndef TOOLS_VOLMTIME_STOREANALYSIS_H
+#define TOOLS_VOLMTIME_STOREANALYSIS_H
+
+#include "Discipline.h"
+
+#include <cstdint>
+#include <vector>
+
+// 100-ns units per tick at the counter's nominal frequency.
+double NominalRate(std::uint64_t frequency);
+
+// A rate's deviation from the nominal rate in parts per million.
+double RatePpm(double rate, double nominalRate);
+
+// Each sample's offset from the straight line through the first and the last sample, in
+// 100-ns units.
+std::vector<double> OffsetsFromLine(const std::vector<CorrectionSample>& samples);
+
+// At each sample after the first: its time minus what the segment before gives at its tick
+// (the step readers' time takes at that update), in 100-ns units.
+std::vector<std::int64_t> UpdateSteps(const std::vector<CorrectionSample>& samples);
+
+// The discipline as `chronyc tracking` describes a clock's.
+struct TrackingState {
+  std::size_t updates = 0;        // samples in the window
+  double lastOffsetNs = 0;        // step at the latest update
+  double rmsOffsetNs = 0;         // root mean square of the steps in the window
+  double frequencyPpm = 0;        // the latest segment's rate against the nominal rate
+  double frequencyChangePpm = 0;  // the latest segment's rate against the one before
+  double updateIntervalS = 0;     // median time between updates
+  double lastUpdateAgeS = 0;      // since the latest sample's tick
+  bool stale = false;             // no update for several intervals
+};
+
+// `samples` oldest first (at least one); `nowTick` a counter reading taken now.
+TrackingState Track(const std::vector<CorrectionSample>& samples, std::uint64_t frequency,
+                    std::uint64_t nowTick);
+
+// Whether an update `ageS` old is overdue for a publisher updating every `intervalS`.
+bool IsStale(double ageS, double intervalS);
+
+#endif  // TOOLS_VOLMTIME_STOREANALYSIS_H

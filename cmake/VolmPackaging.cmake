@@ -19,7 +19,7 @@ else()
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION libs)
   set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-      "${PROJECT_DESCRIPTION}\nThe shared library, its headers, CMake and pkg-config files, and the volmtime tool.")
+      "The shared library, its headers, CMake and pkg-config files, and the volmtime tool.")
   # Dependencies from the binaries' own needs; shlibs and the ldconfig trigger for the library.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ python3
+  cmake ninja-build g++ python3 pkg-config dpkg-dev
   libboost-dev libgtest-dev libgmock-dev googletest libbenchmark-dev libabsl-dev
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libfuzzer-14-dev libclang-rt-14-dev

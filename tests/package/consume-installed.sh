@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs a build into a temporary prefix and builds the examples against it as a project
-# outside the tree does: find_package(VolmTime) with both targets and, for a native build,
-# pkg-config. Runs what it built and the installed volmtime.
+# Installs a build into a temporary prefix (a Windows build: unpacks its zip package there)
+# and builds the examples against it as a project outside the tree does: find_package with
+# both targets and, for a native build, pkg-config. Runs what it built and the installed
+# volmtime.
 # usage: consume-installed.sh SOURCE_DIR BUILD_DIR VERSION [TOOLCHAIN_FILE BOOST_INCLUDE_DIR RUNNER]
 set -euo pipefail
 source_dir=$1
@@ -14,7 +15,15 @@ runner=${6:-}
 work=$(mktemp -d "${TMPDIR:-/tmp}/volmtime-consumer.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
-cmake --install "$build_dir" --prefix "$prefix" >/dev/null
+if [ -z "$toolchain" ]; then
+  cmake --install "$build_dir" --prefix "$prefix" >/dev/null
+else
+  # The Windows package's zip, unpacked.
+  cpack --config "$build_dir/CPackConfig.cmake" -B "$work/package" >/dev/null
+  mkdir "$prefix"
+  (cd "$prefix" && cmake -E tar xf "$work/package/VolmTime-$version-win64.zip")
+  prefix=$prefix/VolmTime-$version-win64
+fi
 
 configure=(cmake -S "$source_dir/examples" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release
            -DCMAKE_PREFIX_PATH="$prefix")

@@ -1,5 +1,5 @@
-# Boost (header-only parts), GoogleTest, CLI11 and nlohmann-json (the tool's, header-only) and,
-# on Linux, Google Benchmark.
+# Boost (header-only parts) for the library; GoogleTest only for the tests; CLI11 and
+# nlohmann-json (header-only) for the tool; on Linux, Google Benchmark.
 if(CMAKE_CROSSCOMPILING AND WIN32)
   # The cross compiler must not see /usr/include (glibc's headers would be pulled in), so it
   # gets a folder that holds nothing but a link to Debian's Boost headers.
@@ -27,22 +27,28 @@ if(CMAKE_CROSSCOMPILING AND WIN32)
   add_library(volm_json INTERFACE)
   target_include_directories(volm_json SYSTEM INTERFACE ${volm_tool_include_dir})
 
-  # GoogleTest is built from Debian's sources with the cross compiler.
-  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
-  set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
-  set(gtest_disable_pthreads OFF CACHE BOOL "" FORCE)
-  # Its own CMake files define the GTest:: targets.
-  add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  if(VOLMTIME_BUILD_TESTS)
+    # GoogleTest is built from Debian's sources with the cross compiler.
+    set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+    set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
+    set(gtest_disable_pthreads OFF CACHE BOOL "" FORCE)
+    # Its own CMake files define the GTest:: targets.
+    add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  endif()
 else()
   find_package(Boost 1.71 REQUIRED)
   add_library(volm_boost INTERFACE)
   target_link_libraries(volm_boost INTERFACE Boost::boost)
-  find_package(GTest REQUIRED)
+  if(VOLMTIME_BUILD_TESTS)
+    find_package(GTest REQUIRED)
+  endif()
   find_package(Threads REQUIRED)
-  find_package(CLI11 CONFIG REQUIRED)
-  find_package(nlohmann_json 3 CONFIG REQUIRED)
-  add_library(volm_cli11 INTERFACE)
-  target_link_libraries(volm_cli11 INTERFACE CLI11::CLI11)
-  add_library(volm_json INTERFACE)
-  target_link_libraries(volm_json INTERFACE nlohmann_json::nlohmann_json)
+  if(VOLMTIME_BUILD_TOOLS)
+    find_package(CLI11 CONFIG REQUIRED)
+    find_package(nlohmann_json 3 CONFIG REQUIRED)
+    add_library(volm_cli11 INTERFACE)
+    target_link_libraries(volm_cli11 INTERFACE CLI11::CLI11)
+    add_library(volm_json INTERFACE)
+    target_link_libraries(volm_json INTERFACE nlohmann_json::nlohmann_json)
+  endif()
 endif()

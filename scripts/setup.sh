@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ python3
+  cmake ninja-build g++ python3 pkg-config dpkg-dev
   libboost-dev libgtest-dev libgmock-dev googletest libbenchmark-dev libabsl-dev
   libcli11-dev nlohmann-json3-dev libxml2-utils
   g++-mingw-w64-x86-64-posix wine64 wine

@@ -3,6 +3,7 @@
 #include "tools/common/ChildProcess.h"
 
 #include <cstdio>
+#include <filesystem>
 
 WideName Widen(const std::string& text) {
   WideName wide;
@@ -13,12 +14,22 @@ WideName Widen(const std::string& text) {
 
 namespace {
 
-std::string LibraryPath() {
 #if defined(_WIN32)
-  return ProgramDirectory() + "\\" + kVolmLibraryFileName;
+constexpr char kSeparator = '\\';
 #else
-  return ProgramDirectory() + "/" + kVolmLibraryFileName;
+constexpr char kSeparator = '/';
 #endif
+
+// Beside the tool, as in the build tree and on Windows; otherwise in the library folder of
+// the installed layout.
+std::string LibraryPath() {
+  const std::string beside = ProgramDirectory() + kSeparator + kVolmLibraryFileName;
+  const std::string installed = ProgramDirectory() + kSeparator + VOLMTIME_INSTALLED_LIBRARY_DIR +
+                                kSeparator + kVolmLibraryFileName;
+  std::error_code ignored;
+  if (std::filesystem::exists(beside, ignored) || !std::filesystem::exists(installed, ignored))
+    return beside;
+  return installed;
 }
 
 std::string TextOf(IVolmWideCharString* text) {

@@ -81,11 +81,4 @@ TEST(ModuleEntry, DyingFactoryIsReplacedNotHandedOut) {
   EXPECT_EQ(VolmTime::FactorySlot(), nullptr);
 }
 
-TEST(ModuleEntry, WrongClassAndNullOutParameterAreRefused) {
-  void* object = reinterpret_cast<void*>(0x1);
-  EXPECT_EQ(CreateFactoryInstance(VolmIds().timeFactory, &object), VOLM_CLASS_E_CLASSNOTAVAILABLE);
-  EXPECT_EQ(object, reinterpret_cast<void*>(0x1));
-  EXPECT_EQ(CreateFactoryInstance(VolmIds().timeFactoryClass, nullptr), VOLM_E_POINTER);
-}
-
 }  // namespace

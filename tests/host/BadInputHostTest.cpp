@@ -48,7 +48,7 @@ TEST_F(BadInput, NullNamesAreRefused) {
   EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(nullptr, function.Out()), VOLM_E_POINTER);
 }
 
-TEST_F(BadInput, EmptyNamesAreRefusedWithTheirReason) {
+TEST_F(BadInput, NamesOfNoStoreAreRefusedWithTheirReason) {
   Ref<IPiecewiseLinearCorrection> function;
   const Wide empty;
   EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(empty.c_str(), function.Out()), VOLM_E_FAIL);
@@ -62,6 +62,21 @@ TEST_F(BadInput, EmptyNamesAreRefusedWithTheirReason) {
             "The shared memory >< is not available (the name is empty).");
   Ref<IClock> clock;
   EXPECT_EQ(factory_->CreateSynchronizedClock(empty.c_str(), clock.Out()), VOLM_E_FAIL);
+  // A reader of a name nobody created, and (on Linux) a name the platform refuses, get the
+  // system's reason.
+  std::vector<std::string> names = {UniqueName("volm-nobody")};
+#if !defined(_WIN32)
+  names.push_back(UniqueName("volm") + "/inside");
+#endif
+  for (const std::string& name : names) {
+    const Wide wide(name.begin(), name.end());
+    EXPECT_EQ(advanced_->OpenSharedMemoryCorrection(wide.c_str(), function.Out()), VOLM_E_FAIL);
+    const std::string text = LastErrorText(factory_.Get());
+    const std::string prefix = "The shared memory >" + name + "< is not available (";
+    EXPECT_EQ(text.rfind(prefix, 0), 0u) << text;
+    EXPECT_GT(text.size(), prefix.size() + 3) << text;
+    EXPECT_EQ(text.substr(text.size() - 2), ").") << text;
+  }
 }
 
 TEST_F(BadInput, WaitsOnBadHandleSetsFailAsAnOutcome) {

@@ -64,15 +64,6 @@ class HostTest : public ::testing::Test {
     return TextOf(text.Get());
   }
 
-  // The host's own reading of the system time, as 100-ns units since 1601.
-  static std::uint64_t HostSystemTime() {
-    const auto sinceUnixEpoch = std::chrono::system_clock::now().time_since_epoch();
-    const auto units =
-        std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
-            sinceUnixEpoch);
-    return static_cast<std::uint64_t>(units.count()) + 116'444'736'000'000'000u;
-  }
-
   DynamicLibrary library_{VOLM_LIBRARY_FILE};
   VolmCreateInstanceFunction createInstance_ = nullptr;
   VolmAttachFunction attach_ = nullptr;

@@ -16,7 +16,7 @@ class Soak : public HostTest {};
 TEST_F(Soak, ReadersSurviveAWriterKilledAndReplaced) {
   const std::string name = UniqueName("volm-soak");
   const std::basic_string<VolmWideChar> wideName(name.begin(), name.end());
-  const std::string helper = SiblingProgram("volm_host_helper");
+  const std::string helper = SiblingProgram("volm_helper");
   auto first = std::make_unique<ChildProcess>(
       helper, std::vector<std::string>{"publish-fast", name, "60000", "100"});
   {

@@ -1,5 +1,5 @@
 // Windows only: what the system itself says about a store. The Linux side of the same
-// promises is in SharedMemoryFiles_linux_test.cpp.
+// promises is in LinuxOnly_linux_test.cpp.
 #if defined(_WIN32)
 
 #include "VolmTime/Core/Platform/SharedMemory.h"

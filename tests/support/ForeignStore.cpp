@@ -14,16 +14,17 @@ using StoreObject = boost::interprocess::shared_memory_object;
 
 namespace bip = boost::interprocess;
 
+// Built in place: moving a mapping object into a member leaves the compiler unsure that a
+// moved-from Windows mapping's mode was set.
 struct ForeignStore::Impl {
+  Impl(const std::string& name, bip::mode_t mode)
+      : object(bip::open_only, name.c_str(), mode), region(object, mode) {}
   StoreObject object;
   bip::mapped_region region;
 };
 
-ForeignStore::ForeignStore(const std::string& name, bool writable) : impl_(new Impl) {
-  const bip::mode_t mode = writable ? bip::read_write : bip::read_only;
-  impl_->object = StoreObject(bip::open_only, name.c_str(), mode);
-  impl_->region = bip::mapped_region(impl_->object, mode);
-}
+ForeignStore::ForeignStore(const std::string& name, bool writable)
+    : impl_(new Impl(name, writable ? bip::read_write : bip::read_only)) {}
 
 ForeignStore::~ForeignStore() = default;
 

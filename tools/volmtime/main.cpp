@@ -38,7 +38,7 @@ const std::map<std::string, Command>& Commands() {
        {RunDemo, "volmtime demo [--seconds 3]",
         "publisher, two watchers and a timer, with a verdict"}},
       {"bench",
-       {RunBench, "volmtime bench [--json FILE]", "benchmarks against the alternatives (Linux)"}},
+       {RunBench, "volmtime bench [--json FILE] [--repetitions N]", "benchmarks against the alternatives (Linux)"}},
   };
   return commands;
 }

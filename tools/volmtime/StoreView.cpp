@@ -22,11 +22,21 @@ struct Header {
   bool operator==(const Header&) const = default;
 };
 
+// The writer changes the store while the tool reads it: every load is atomic, with acquire,
+// so a header read after the samples is not read before them.
+template <typename T>
+T Load(const T& field) {
+  return std::atomic_ref<T>(const_cast<T&>(field)).load(std::memory_order_acquire);
+}
+
+CorrectionSample LoadSample(const CorrectionSample& slot) {
+  return {Load(slot.tick), Load(slot.time), Load(slot.rate)};
+}
+
 Header LoadHeader(const SampleStore* store) {
-  SampleStoreHeader raw;
-  std::memcpy(&raw, &store->header, sizeof raw);
-  std::atomic_thread_fence(std::memory_order_acquire);
-  return {raw.version, raw.capacity, raw.countAndFlags, raw.latestSlot & kLatestSlotBits};
+  const std::uint32_t latestSlot = Load(store->header.latestSlot);
+  return {Load(store->header.version), Load(store->header.capacity),
+          Load(store->header.countAndFlags), latestSlot & kLatestSlotBits};
 }
 
 }  // namespace
@@ -55,12 +65,9 @@ bool ReadStore(const void* storeBytes, std::size_t maxSamples, StoreContents& co
         static_cast<std::uint32_t>(std::min<std::size_t>(length, maxSamples - 1));
     contents.samples.resize(taken + 1);
     for (std::uint32_t i = 0; i < taken; ++i) {
-      std::memcpy(&contents.samples[i], &store->history[(first + length - taken + i) % capacity],
-                  sizeof(CorrectionSample));
+      contents.samples[i] = LoadSample(store->history[(first + length - taken + i) % capacity]);
     }
-    std::memcpy(&contents.samples[taken], &store->latestRing[header.latestSlot],
-                sizeof(CorrectionSample));
-    std::atomic_thread_fence(std::memory_order_acquire);
+    contents.samples[taken] = LoadSample(store->latestRing[header.latestSlot]);
     if (LoadHeader(store) == header) return true;
   }
   return false;

@@ -1,7 +1,7 @@
 #include "VolmTime/SynchronizedClock.h"
 
 #include "VolmTime/Core/DurationTicks.h"
-#include "VolmTime/Core/Platform/SystemTime.h"
+#include "platform/SystemTime.h"
 #include "VolmTime/WaitableTimer.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ThrowIfFailed.h"
@@ -36,7 +36,7 @@ SynchronizedClock::~SynchronizedClock() {
 
 VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
   if (isSystemTime_) {
-    *time = Core::Platform::PreciseSystemTime();
+    *time = Platform::PreciseSystemTime();
     return VOLM_S_OK;
   }
   if (coreCounter_ != nullptr && coreFunction_ != nullptr) {

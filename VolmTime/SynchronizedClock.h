@@ -10,11 +10,6 @@
 #include "framework/CVolmPtr.h"
 #include "framework/CVolmUnknownImpl.h"
 
-template <>
-struct VolmInterfaceId<IClock> {
-  static const VolmId& Get() noexcept { return VolmIds().clock; }
-};
-
 namespace VolmTime {
 
 class SynchronizedClock : public CVolmUnknownImpl1<IClock> {

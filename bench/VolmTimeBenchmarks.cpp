@@ -78,7 +78,7 @@ IPiecewiseLinearCorrection* SharedFunction(const std::string& name, std::uint64_
   // One millisecond apart, or closer on a machine that has not run that long yet.
   const std::uint64_t step =
       std::max<std::uint64_t>(1, std::min(frequency / 1000, now / (samples + 2)));
-  const double rate = 10'000'000.0 / static_cast<double>(frequency);
+  const double rate = static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) / static_cast<double>(frequency);
   for (std::uint64_t i = 0; i < samples; ++i) {
     const std::uint64_t tick = now - (samples - i) * step;
     writer->AddSample(tick, rate, 1'000'000'000 + i * 10'000);

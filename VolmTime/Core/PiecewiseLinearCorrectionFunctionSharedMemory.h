@@ -5,7 +5,7 @@
 
 #include "VolmTime/Core/ICorrectionFunctionEventsListener.h"
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunction.h"
-#include "VolmTime/Core/Platform/SharedMemory.h"
+#include "platform/SharedMemory.h"
 
 #include <string>
 

@@ -2,8 +2,7 @@
 // sanitizer builds watch), nothing fails, nothing is left alive.
 #include "VolmTime/Module/ModuleEntry.h"
 #include "VolmTime/VolmTimeFactory.h"
-#include "framework/CVolmPtr.h"
-#include "framework/LiveObjects.h"
+#include "tests/support/Helpers.h"
 
 #include "tests/support/UniqueName.h"
 
@@ -22,10 +21,8 @@ constexpr auto kRunFor = std::chrono::milliseconds(1500);
 
 WideString Wide(const std::string& text) { return WidenBytes(text); }
 
-class Stress : public ::testing::Test {
+class Stress : public LeakChecked {
  protected:
-  void TearDown() override { EXPECT_EQ(GetLiveObjectCount(), liveBefore_); }
-
   // Runs `body` on `threads` threads until the time is up; counts its failures.
   template <typename Body>
   int RunThreads(int threads, Body body) {
@@ -42,8 +39,6 @@ class Stress : public ::testing::Test {
     for (auto& thread : running) thread.join();
     return failures.load();
   }
-
-  std::uint32_t liveBefore_ = GetLiveObjectCount();
 };
 
 TEST_F(Stress, EveryKindOfClockReadWhileAWriterPublishesAndNamedClocksComeAndGo) {

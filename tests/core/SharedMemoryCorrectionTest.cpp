@@ -72,4 +72,16 @@ TEST_F(SharedMemoryCorrection, SmallerObjectOfTheNameIsRefused) {
   EXPECT_EQ(FailureOf([&] { SharedFunction reader(name_, false); }), expected);
 }
 
+// Known defect, disabled until the library is fixed (run it with
+// --gtest_also_run_disabled_tests): a writer's store is open to readers as soon as its
+// mapping exists (the platform layer lets go of the opening lock once the writer holds it),
+// but its header only gets the layout version when the writer's Reset runs afterwards. A
+// reader that opens in between is told "Memory layout version mismatch." instead of finding
+// an empty function. The store is held here in exactly that state: mapped, held, not set up.
+TEST_F(SharedMemoryCorrection, DISABLED_ReaderOpeningWhileTheWriterSetsUpFindsAnEmptyFunction) {
+  const auto settingUp =
+      VolmTime::Platform::SharedMemoryMapping::CreateOrOpen(name_, VolmTime::kSampleStoreSize);
+  EXPECT_EQ(FailureOf([&] { (void)SharedFunction(name_, false).TickToTime(1); }), kNoSegment);
+}
+
 }  // namespace

@@ -1,6 +1,5 @@
 // Many threads at once on every kind of object, bounded in time: nothing races (the
 // sanitizer builds watch), nothing fails, nothing is left alive.
-#include "VolmTime/Module/ModuleEntry.h"
 #include "VolmTime/VolmTimeFactory.h"
 #include "tests/support/Helpers.h"
 
@@ -108,34 +107,6 @@ TEST_F(Stress, EveryKindOfClockReadWhileAWriterPublishesAndNamedClocksComeAndGo)
     }
     return true;
   });
-  EXPECT_EQ(failures, 0);
-}
-
-TEST_F(Stress, FactoriesComeAndGoWhileOtherThreadsHoldTheirClocks) {
-  std::atomic<IClock*> handedOver{nullptr};
-  const int failures = RunThreads(3, [&](int thread) {
-    if (thread == 0) {
-      // Makes a factory, passes its clock on and gives the factory back.
-      void* object = nullptr;
-      if (VolmTime::CreateFactoryInstance(VolmIds().timeFactoryClass, &object) != VOLM_S_OK)
-        return false;
-      auto* factory = static_cast<IVolmTimeFactory*>(object);
-      factory->AddRef();
-      IClock* clock = nullptr;
-      factory->GetRelativeClock(&clock);
-      factory->Release();
-      if (IClock* old = handedOver.exchange(clock)) old->Release();
-      return true;
-    }
-    // Uses whatever clock it gets hold of, after its factory is gone.
-    IClock* clock = handedOver.exchange(nullptr);
-    if (clock == nullptr) return true;
-    std::uint64_t time = 0;
-    const bool ok = clock->GetTime(&time) == VOLM_S_OK;
-    clock->Release();
-    return ok;
-  });
-  if (IClock* left = handedOver.exchange(nullptr)) left->Release();
   EXPECT_EQ(failures, 0);
 }
 

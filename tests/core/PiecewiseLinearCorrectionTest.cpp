@@ -1,17 +1,12 @@
-// Appending, publishing and evaluating piecewise-linear functions in process memory.
-#include "VolmTime/Core/CException.h"
+// Appending, publishing and evaluating piecewise-linear functions in process memory, and
+// reading stores as they stand.
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"
-
-#include "tests/support/ErrorTexts.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/Helpers.h"
 
 #include <chrono>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <string>
 
 namespace {
 
@@ -19,174 +14,147 @@ using Function =
     VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
 using VolmTime::kFullThreshold;
 using VolmTime::kHistoryCapacity;
-using VolmTime::Core::CException;
 
-// Runs `call` and returns the message of the CException it throws ("" if none).
 constexpr const char* kNoSegment = "Correction Function does not contain any segment.";
 constexpr const char* kUndefined = "Correction Function is not defined at this point.";
 
 class PiecewiseLinear : public ::testing::Test {
  protected:
-  std::unique_ptr<Function> function_ = std::make_unique<Function>();
+  // TickToTime at `tick`, or the failure's message.
+  std::string At(std::uint64_t tick) {
+    std::string answer;
+    const std::string failure = FailureOf([&] { answer = std::to_string(f_->TickToTime(tick)); });
+    return failure.empty() ? answer : failure;
+  }
+  std::string TickOf(std::uint64_t time) {
+    std::string answer;
+    const std::string failure = FailureOf([&] { answer = std::to_string(f_->TimeToTick(time)); });
+    return failure.empty() ? answer : failure;
+  }
+  // Appends `count` samples with tick = time = 10 * (start + i).
+  void AppendRun(std::uint64_t start, std::uint64_t count) {
+    for (std::uint64_t i = 0; i < count; ++i) f_->AddSample(10 * (start + i), 1.0, 10 * (start + i));
+  }
+  std::unique_ptr<Function> f_ = std::make_unique<Function>();
 };
 
-TEST_F(PiecewiseLinear, FreshFunctionIsEmpty) {
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(5); }), kNoSegment);
-  EXPECT_EQ(FailureOf([&] { (void)function_->TimeToTick(5); }), kNoSegment);
-  EXPECT_EQ(function_->GetRate(), 0.0);
-  EXPECT_EQ(function_->GetSampleCount(), 0u);
+TEST_F(PiecewiseLinear, SegmentsEvaluateBothWaysOnlyWhereDefined) {
+  EXPECT_EQ(At(5), kNoSegment);
+  EXPECT_EQ(TickOf(5), kNoSegment);
+  EXPECT_EQ(f_->GetRate(), 0.0);
+  f_->AddSample(100, 2.0, 1000);
+  f_->AddSample(200, 0.0, 1200);  // a rate of 0 leaves its segment undefined
+  f_->AddSample(300, 0.5, 1300);
+  f_->Publish();
+  const std::pair<std::uint64_t, std::string> ticks[] = {
+      {99, kUndefined}, {100, "1000"}, {150, "1100"}, {199, "1198"}, {200, kUndefined},
+      {299, kUndefined}, {300, "1300"}, {1000, "1650"}};
+  for (const auto& [tick, expected] : ticks) EXPECT_EQ(At(tick), expected) << tick;
+  const std::pair<std::uint64_t, std::string> times[] = {
+      {999, kUndefined}, {1150, "175"}, {1250, kUndefined}, {1300, "300"}, {1400, "500"}};
+  for (const auto& [time, expected] : times) EXPECT_EQ(TickOf(time), expected) << time;
+  EXPECT_EQ(f_->GetRate(), 0.5);
+  EXPECT_EQ(f_->GetSampleCount(), 3u);
+  // -0 is a rate of 0 too; NaN is not.
+  f_->AddSample(400, -0.0, 1400);
+  f_->AddSample(500, std::numeric_limits<double>::quiet_NaN(), 1500);
+  f_->Publish();
+  EXPECT_EQ(At(450), kUndefined);
+  EXPECT_NE(At(550), kUndefined);
+  // Products from 2^63 on keep their top bit.
+  const std::uint64_t far = (std::uint64_t{1} << 63) + 4096;
+  f_->Reset();
+  f_->AddSample(1, 1.0, 1);
+  f_->Publish();
+  EXPECT_EQ(f_->TickToTime(far + 1), far + 1);
 }
 
-TEST_F(PiecewiseLinear, TwoSegmentsEvaluateBothWays) {
-  function_->AddSample(100, 2.0, 1000);
-  function_->AddSample(200, 0.5, 1300);
-  function_->Publish();
-  EXPECT_EQ(function_->TickToTime(150), 1100u);
-  EXPECT_EQ(function_->TickToTime(200), 1300u);
-  EXPECT_EQ(function_->TickToTime(1000), 1700u);  // the latest segment runs on
-  EXPECT_EQ(function_->TickToTime(100), 1000u);
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(99); }), kUndefined);
-  EXPECT_EQ(function_->TimeToTick(1150), 175u);
-  EXPECT_EQ(function_->TimeToTick(1300), 200u);
-  EXPECT_EQ(FailureOf([&] { (void)function_->TimeToTick(999); }), kUndefined);
-  EXPECT_EQ(function_->GetRate(), 0.5);
-  EXPECT_EQ(function_->GetSampleCount(), 2u);
-}
-
-TEST_F(PiecewiseLinear, ZeroRateSegmentIsUndefinedUpToTheNextSample) {
-  function_->AddSample(100, 1.0, 1000);
-  function_->AddSample(200, 0.0, 1100);
-  function_->AddSample(300, 1.0, 1200);
-  function_->Publish();
-  EXPECT_EQ(function_->TickToTime(199), 1099u);
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(200); }), kUndefined);
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(299); }), kUndefined);
-  EXPECT_EQ(FailureOf([&] { (void)function_->TimeToTick(1150); }), kUndefined);
-  EXPECT_EQ(function_->TickToTime(300), 1200u);
-}
-
-TEST_F(PiecewiseLinear, NegativeZeroRateIsUndefinedTooButNaNIsNot) {
-  function_->AddSample(100, -0.0, 1000);
-  function_->Publish();
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kUndefined);
-  function_->AddSample(200, std::numeric_limits<double>::quiet_NaN(), 2000);
-  function_->Publish();
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(250); }), "");
-}
-
-TEST_F(PiecewiseLinear, SamplesAreInvisibleUntilPublished) {
-  function_->AddSample(100, 1.0, 1000);
-  EXPECT_EQ(function_->GetSampleCount(), 1u);
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kNoSegment);
-  function_->Publish();
-  function_->AddSample(200, 2.0, 1100);
-  // The writer's own evaluation sees only what it published.
-  EXPECT_EQ(function_->TickToTime(250), 1150u);
-  EXPECT_EQ(function_->GetRate(), 1.0);
-  function_->Publish();
-  EXPECT_EQ(function_->TickToTime(250), 1200u);
+TEST_F(PiecewiseLinear, OnlyPublishedSamplesAreSeen) {
+  f_->AddSample(100, 1.0, 1000);
+  EXPECT_EQ(f_->GetSampleCount(), 1u);
+  EXPECT_EQ(At(150), kNoSegment);
+  f_->Publish();
+  f_->AddSample(200, 2.0, 1100);
+  EXPECT_EQ(At(250), "1150");
+  EXPECT_EQ(f_->GetRate(), 1.0);
+  f_->Publish();
+  EXPECT_EQ(At(250), "1200");
 }
 
 TEST_F(PiecewiseLinear, RemovingTheLatestSampleEmptiesTheFunctionUntilTheNextAppend) {
-  function_->AddSample(100, 1.0, 1000);
-  function_->AddSample(200, 1.0, 1100);
-  function_->RemoveLastSample();
-  EXPECT_EQ(FailureOf([&] { function_->RemoveLastSample(); }),
-            "Can only remove one sample in a row");
-  function_->Publish();
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kNoSegment);
-  EXPECT_EQ(function_->GetRate(), 0.0);
-  EXPECT_EQ(function_->GetSampleCount(), 1u);
+  f_->AddSample(100, 1.0, 1000);
+  f_->AddSample(200, 1.0, 1100);
+  f_->RemoveLastSample();
+  EXPECT_EQ(FailureOf([&] { f_->RemoveLastSample(); }), "Can only remove one sample in a row");
+  f_->Publish();
+  EXPECT_EQ(At(150), kNoSegment);
+  EXPECT_EQ(f_->GetRate(), 0.0);
+  EXPECT_EQ(f_->GetSampleCount(), 1u);
   // The next sample is compared with the last committed one, not the withdrawn one.
-  function_->AddSample(150, 3.0, 1050);
-  function_->Publish();
-  EXPECT_EQ(function_->TickToTime(120), 1020u);
-  EXPECT_EQ(function_->TickToTime(160), 1080u);
+  f_->AddSample(150, 3.0, 1050);
+  f_->Publish();
+  EXPECT_EQ(At(120), "1020");
+  EXPECT_EQ(At(160), "1080");
 }
 
 TEST_F(PiecewiseLinear, TicksAndTimesMustIncrease) {
-  EXPECT_EQ(FailureOf([&] { function_->AddSample(0, 1.0, 10); }), "Ticks must be increasing");
-  EXPECT_EQ(FailureOf([&] { function_->AddSample(10, 1.0, 0); }), "Time must be increasing");
-  function_->AddSample(100, 1.0, 1000);
-  EXPECT_EQ(FailureOf([&] { function_->AddSample(100, 1.0, 1000); }), "Ticks must be increasing");
-  EXPECT_EQ(FailureOf([&] { function_->AddSample(101, 1.0, 1000); }), "Time must be increasing");
-  // A refused sample changes nothing.
-  EXPECT_EQ(function_->GetSampleCount(), 1u);
-  function_->Publish();
-  EXPECT_EQ(function_->TickToTime(101), 1001u);
-}
-
-TEST_F(PiecewiseLinear, FullRangeProductsConvertWithoutLosingTheTopBit) {
-  function_->AddSample(1, 1.0, 1);
-  function_->Publish();
-  const std::uint64_t tick = (std::uint64_t{1} << 63) + 4096 + 1;
-  EXPECT_EQ(function_->TickToTime(tick), (std::uint64_t{1} << 63) + 4096 + 1);
-}
-
-TEST_F(PiecewiseLinear, ResetEmptiesThePublishedFunction) {
-  function_->AddSample(100, 1.0, 1000);
-  function_->Publish();
-  function_->Reset();
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(150); }), kNoSegment);
-  EXPECT_EQ(function_->GetSampleCount(), 0u);
+  EXPECT_EQ(FailureOf([&] { f_->AddSample(0, 1.0, 10); }), "Ticks must be increasing");
+  EXPECT_EQ(FailureOf([&] { f_->AddSample(10, 1.0, 0); }), "Time must be increasing");
+  f_->AddSample(100, 1.0, 1000);
+  EXPECT_EQ(FailureOf([&] { f_->AddSample(100, 1.0, 1001); }), "Ticks must be increasing");
+  EXPECT_EQ(FailureOf([&] { f_->AddSample(101, 1.0, 1000); }), "Time must be increasing");
+  EXPECT_EQ(f_->GetSampleCount(), 1u);  // a refused sample changes nothing
   // After a reset the first sample is again compared with the origin only.
-  function_->AddSample(50, 1.0, 500);
-  function_->Publish();
-  EXPECT_EQ(function_->TickToTime(60), 510u);
+  f_->Publish();
+  f_->Reset();
+  EXPECT_EQ(At(150), kNoSegment);
+  EXPECT_EQ(f_->GetSampleCount(), 0u);
+  f_->AddSample(50, 1.0, 500);
+  f_->Publish();
+  EXPECT_EQ(At(60), "510");
 }
 
-// Appends `count` samples with tick = time = 10 * (start + i).
-void AppendRun(Function& function, std::uint64_t start, std::uint64_t count) {
-  for (std::uint64_t i = 0; i < count; ++i) {
-    const std::uint64_t key = 10 * (start + i);
-    function.AddSample(key, 1.0, key);
-  }
-}
-
-TEST_F(PiecewiseLinear, FullHistoryKeepsAMovingWindow) {
-  // The 524,272nd append commits enough samples to set the full flag.
-  AppendRun(*function_, 1, kFullThreshold);
-  function_->Publish();
-  EXPECT_EQ(function_->GetSampleCount(), kHistoryCapacity - 17 + 1);
-  // Every appended sample is still readable: the oldest, the newest, and one in between.
-  EXPECT_EQ(function_->TickToTime(10), 10u);
-  EXPECT_EQ(function_->TickToTime(15), 15u);
-  EXPECT_EQ(function_->TickToTime(10 * 300'000 + 7), 10u * 300'000 + 7);
-  EXPECT_EQ(function_->TickToTime(10 * kFullThreshold + 3), 10u * kFullThreshold + 3);
-
-  // Each further commit pushes the oldest sample out of the window.
-  AppendRun(*function_, kFullThreshold + 1, 1);
-  function_->Publish();
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(15); }), kUndefined);
-  EXPECT_EQ(function_->TickToTime(25), 25u);
-  AppendRun(*function_, kFullThreshold + 2, 40);
-  function_->Publish();
-  EXPECT_EQ(FailureOf([&] { (void)function_->TickToTime(10 * 41 + 5); }), kUndefined);
-  EXPECT_EQ(function_->TickToTime(10 * 42 + 5), 10u * 42 + 5);
-  EXPECT_EQ(function_->GetSampleCount(), kHistoryCapacity - 17 + 1);
-}
-
-TEST_F(PiecewiseLinear, WrappedHistoryStillEvaluatesAcrossTheSeam) {
-  AppendRun(*function_, 1, kHistoryCapacity + 1000);
-  function_->Publish();
-  // Samples on both sides of the ring's wrap point.
+TEST_F(PiecewiseLinear, FullHistoryKeepsAMovingWindowAcrossTheSeam) {
+  AppendRun(1, kFullThreshold);  // the append that sets the full flag
+  f_->Publish();
+  EXPECT_EQ(f_->GetSampleCount(), kHistoryCapacity - 17 + 1);
+  for (const std::uint64_t tick : {15ull, 10ull * 300'000 + 7, 10ull * kFullThreshold + 3})
+    EXPECT_EQ(At(tick), std::to_string(tick));
+  AppendRun(kFullThreshold + 1, 1);  // each further commit pushes the oldest sample out
+  f_->Publish();
+  EXPECT_EQ(At(15), kUndefined);
+  EXPECT_EQ(At(25), "25");
+  AppendRun(kFullThreshold + 2, 1000);  // the window now spans the ring's seam
+  f_->Publish();
+  EXPECT_EQ(f_->GetSampleCount(), kHistoryCapacity - 17 + 1);
   const std::uint64_t beforeSeam = 10 * (kHistoryCapacity - 2) + 4;
   const std::uint64_t afterSeam = 10 * (kHistoryCapacity + 3) + 4;
-  EXPECT_EQ(function_->TickToTime(beforeSeam), beforeSeam);
-  EXPECT_EQ(function_->TimeToTick(afterSeam), afterSeam);
-  // Reset after a wrap: slot 0 now holds an old sample, yet a small first sample is taken.
-  function_->Reset();
-  function_->AddSample(5, 1.0, 5);
-  function_->Publish();
-  EXPECT_EQ(function_->TickToTime(6), 6u);
+  EXPECT_EQ(At(beforeSeam), std::to_string(beforeSeam));
+  EXPECT_EQ(TickOf(afterSeam), std::to_string(afterSeam));
+  EXPECT_EQ(At(10 * 1001 + 5), kUndefined);
+  EXPECT_EQ(At(10 * 1002 + 5), std::to_string(10 * 1002 + 5));
+  // Reset after a wrap: slot 0 holds an old sample, yet a small first sample is taken.
+  f_->Reset();
+  f_->AddSample(5, 1.0, 5);
+  f_->Publish();
+  EXPECT_EQ(At(6), "6");
 }
 
+TEST_F(PiecewiseLinear, SixteenOrMoreUnpublishedAppendsAnswerFromTheSlotsAsTheyAre) {
+  f_->AddSample(100, 1.0, 1000);
+  f_->AddSample(200, 1.0, 2000);
+  f_->Publish();  // history slot 1 and ring slot 2
+  for (std::uint64_t i = 1; i <= 20; ++i) f_->AddSample(200 + 10 * i, 3.0, 2000 + 10 * i);
+  // Ring slot 2 now holds the 16th new sample, (360, 2160, 3.0); history slot 1 is as it was.
+  EXPECT_EQ(At(150), "1050");
+  EXPECT_EQ(At(400), "2280");
+  EXPECT_EQ(f_->GetRate(), 3.0);
+}
 
 // Stores that no writer following the rules leaves behind, or that one leaves for a moment,
 // still get an answer from the slots as they stand, never a retry that can be made to last.
 class StoreAsItStands : public ::testing::Test {
  protected:
-  // A reader over a store this test writes byte by byte.
   class Reader : public VolmTime::Core::PiecewiseLinearCorrectionFunction<std::uint64_t,
                                                                             std::uint64_t> {
    public:
@@ -196,17 +164,6 @@ class StoreAsItStands : public ::testing::Test {
   };
   std::unique_ptr<VolmTime::SampleStore> store_ = std::make_unique<VolmTime::SampleStore>();
 };
-
-TEST_F(PiecewiseLinear, SixteenOrMoreUnpublishedAppendsAnswerFromTheSlotsAsTheyAre) {
-  function_->AddSample(100, 1.0, 1000);
-  function_->AddSample(200, 1.0, 2000);
-  function_->Publish();  // history slot 1 and ring slot 2
-  for (std::uint64_t i = 1; i <= 20; ++i) function_->AddSample(200 + 10 * i, 3.0, 2000 + 10 * i);
-  // Ring slot 2 now holds the 16th new sample, (360, 2160, 3.0); history slot 1 is as it was.
-  EXPECT_EQ(function_->TickToTime(150), 1050u);
-  EXPECT_EQ(function_->TickToTime(400), 2160u + 120u);
-  EXPECT_EQ(function_->GetRate(), 3.0);
-}
 
 TEST_F(StoreAsItStands, FrozenHostileHeaderAnswersAtOnceEveryTime) {
   std::memset(store_.get(), 0xA5, sizeof(VolmTime::SampleStore));
@@ -218,11 +175,8 @@ TEST_F(StoreAsItStands, FrozenHostileHeaderAnswersAtOnceEveryTime) {
   // generous because the machine may be busy.
   const auto start = std::chrono::steady_clock::now();
   for (int call = 0; call < 10'000; ++call) {
-    try {
-      (void)reader.TickToTime(static_cast<std::uint64_t>(call) << 40);
-    } catch (const CException& failure) {
-      ASSERT_STRNE(failure.what(), "Correction Function changes too fast to be read.");
-    }
+    ASSERT_NE(FailureOf([&] { (void)reader.TickToTime(static_cast<std::uint64_t>(call) << 40); }),
+              "Correction Function changes too fast to be read.");
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }

@@ -1,63 +1,43 @@
-// Piecewise-linear functions in named shared memory, writer and readers in one process.
-// The same behaviour across processes is covered by the cross-process tests.
-#include "VolmTime/Core/CException.h"
+// Piecewise-linear functions in named shared memory, writer and readers in one process. The
+// same behaviour across processes is covered by the cross-process tests.
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionSharedMemory.h"
-
+#include "platform/SharedMemory.h"
+#include "tests/support/Helpers.h"
 #include "tests/support/UniqueName.h"
 
-#include "tests/support/ErrorTexts.h"
-
-#include <gtest/gtest.h>
-
+#include <functional>
 #include <memory>
-#include <string>
 
 namespace {
 
 using SharedFunction =
     VolmTime::Core::PiecewiseLinearCorrectionFunctionSharedMemory<std::uint64_t, std::uint64_t>;
-using VolmTime::Core::CException;
+constexpr const char* kNoSegment = "Correction Function does not contain any segment.";
 
 class SharedMemoryCorrection : public ::testing::Test {
  protected:
   std::string name_ = UniqueName("volm-core");
 };
 
-TEST_F(SharedMemoryCorrection, ReaderSeesWhatTheWriterPublishes) {
-  SharedFunction writer(name_, true);
+TEST_F(SharedMemoryCorrection, ReadersSeeWhatTheWriterPublishedAndCannotWrite) {
+  auto writer = std::make_unique<SharedFunction>(name_ + std::string("\0ignored", 8), true);
+  EXPECT_EQ(writer->Name(), name_);  // names end at their first NUL
   SharedFunction reader(name_, false);
-  EXPECT_EQ(FailureOf([&] { (void)reader.TickToTime(150); }),
-            "Correction Function does not contain any segment.");
-  writer.AddSample(100, 2.0, 1000);
-  writer.AddSample(200, 0.5, 1300);
-  EXPECT_EQ(FailureOf([&] { (void)reader.TickToTime(150); }),
-            "Correction Function does not contain any segment.");
-  writer.Publish();
-  EXPECT_EQ(reader.TickToTime(150), writer.TickToTime(150));
+  writer->AddSample(100, 2.0, 1000);
+  writer->AddSample(200, 0.5, 1300);
+  EXPECT_EQ(FailureOf([&] { (void)reader.TickToTime(150); }), kNoSegment);
+  writer->Publish();
   EXPECT_EQ(reader.TickToTime(150), 1100u);
   EXPECT_EQ(reader.TimeToTick(1150), 175u);
   EXPECT_EQ(reader.GetRate(), 0.5);
-}
-
-TEST_F(SharedMemoryCorrection, ReaderCannotWrite) {
-  SharedFunction writer(name_, true);
-  writer.AddSample(100, 1.0, 1000);
-  writer.Publish();
-  SharedFunction reader(name_, false);
-  EXPECT_EQ(FailureOf([&] { reader.AddSample(200, 1.0, 2000); }), "Can not write on reader.");
-  EXPECT_EQ(FailureOf([&] { reader.RemoveLastSample(); }), "Can not write on reader.");
-  EXPECT_EQ(FailureOf([&] { reader.Publish(); }), "Can not write on reader.");
-  EXPECT_EQ(FailureOf([&] { reader.Reset(); }), "Can not write on reader.");
+  for (const auto& write : std::initializer_list<std::function<void()>>{
+           [&] { reader.AddSample(300, 1.0, 2000); }, [&] { reader.RemoveLastSample(); },
+           [&] { reader.Publish(); }, [&] { reader.Reset(); }})
+    EXPECT_EQ(FailureOf(write), "Can not write on reader.");
   EXPECT_EQ(FailureOf([&] { (void)reader.GetSampleCount(); }), "Only defined on writer.");
-  EXPECT_EQ(reader.TickToTime(150), 1050u);
-}
-
-TEST_F(SharedMemoryCorrection, ReaderOfAMissingNameFailsWithTheSystemsReason) {
-  const std::string message = FailureOf([&] { SharedFunction reader(name_, false); });
-  const std::string prefix = "The shared memory >" + name_ + "< is not available (";
-  ASSERT_EQ(message.rfind(prefix, 0), 0u) << message;
-  EXPECT_GT(message.size(), prefix.size() + 3) << "no reason given: " << message;
-  EXPECT_EQ(message.substr(message.size() - 2), ").");
+  // The store lives on with its readers.
+  writer.reset();
+  EXPECT_EQ(SharedFunction(name_, false).TickToTime(250), 1325u);
 }
 
 TEST_F(SharedMemoryCorrection, SecondWriterResetsTheStoreForReaders) {
@@ -65,37 +45,43 @@ TEST_F(SharedMemoryCorrection, SecondWriterResetsTheStoreForReaders) {
   first.AddSample(100, 1.0, 1000);
   first.Publish();
   SharedFunction reader(name_, false);
-  EXPECT_EQ(reader.TickToTime(150), 1050u);
   SharedFunction second(name_, true);
-  EXPECT_EQ(FailureOf([&] { (void)reader.TickToTime(150); }),
-            "Correction Function does not contain any segment.");
+  EXPECT_EQ(FailureOf([&] { (void)reader.TickToTime(150); }), kNoSegment);
   second.AddSample(500, 2.0, 9000);
   second.Publish();
   EXPECT_EQ(reader.TickToTime(600), 9200u);
 }
 
-TEST_F(SharedMemoryCorrection, ReaderKeepsTheStoreAfterTheWriterIsGone) {
-  auto writer = std::make_unique<SharedFunction>(name_, true);
-  writer->AddSample(100, 1.0, 1000);
-  writer->Publish();
-  SharedFunction reader(name_, false);
-  writer.reset();
-  EXPECT_EQ(reader.TickToTime(200), 1100u);
-  // A second reader can still open it while the first one holds it.
-  SharedFunction another(name_, false);
-  EXPECT_EQ(another.TickToTime(300), 1200u);
+TEST_F(SharedMemoryCorrection, MissingOrEmptyNamesFailWithTheReason) {
+  const std::string message = FailureOf([&] { SharedFunction reader(name_, false); });
+  const std::string prefix = "The shared memory >" + name_ + "< is not available (";
+  ASSERT_EQ(message.rfind(prefix, 0), 0u) << message;
+  EXPECT_GT(message.size(), prefix.size() + 3) << "no reason given: " << message;
+  for (const std::string& empty : {std::string(), std::string("\0x", 2)})
+    EXPECT_EQ(FailureOf([&] { SharedFunction writer(empty, true); }),
+              "The shared memory >< is not available (the name is empty).");
 }
 
-TEST_F(SharedMemoryCorrection, NamesEndAtTheirFirstNul) {
-  EXPECT_EQ(FailureOf([&] { SharedFunction writer("", true); }),
-            "The shared memory >< is not available (the name is empty).");
-  SharedFunction writer(name_ + std::string("\0ignored", 8), true);
-  EXPECT_EQ(writer.Name(), name_);
-  writer.AddSample(100, 2.0, 1000);
-  writer.Publish();
-  EXPECT_EQ(SharedFunction(name_, false).TickToTime(150), 1100u);
-  EXPECT_EQ(FailureOf([] { SharedFunction reader(std::string("\0x", 2), false); }),
-            "The shared memory >< is not available (the name is empty).");
+// Another program's object of the name that is too small for a store is refused, not read
+// past its end.
+TEST_F(SharedMemoryCorrection, SmallerObjectOfTheNameIsRefused) {
+  const auto small = VolmTime::Platform::SharedMemoryMapping::CreateOrOpen(name_, 4096);
+  const std::string expected = "The shared memory >" + name_ + "< is not available (it holds " +
+                               std::to_string(small.Size()) + " bytes, a store needs 12583320).";
+  EXPECT_EQ(FailureOf([&] { SharedFunction writer(name_, true); }), expected);
+  EXPECT_EQ(FailureOf([&] { SharedFunction reader(name_, false); }), expected);
+}
+
+// Known defect, disabled until the library is fixed (run it with
+// --gtest_also_run_disabled_tests): a writer's store is open to readers as soon as its
+// mapping exists (the platform layer lets go of the opening lock once the writer holds it),
+// but its header only gets the layout version when the writer's Reset runs afterwards. A
+// reader that opens in between is told "Memory layout version mismatch." instead of finding
+// an empty function. The store is held here in exactly that state: mapped, held, not set up.
+TEST_F(SharedMemoryCorrection, DISABLED_ReaderOpeningWhileTheWriterSetsUpFindsAnEmptyFunction) {
+  const auto settingUp =
+      VolmTime::Platform::SharedMemoryMapping::CreateOrOpen(name_, VolmTime::kSampleStoreSize);
+  EXPECT_EQ(FailureOf([&] { (void)SharedFunction(name_, false).TickToTime(1); }), kNoSegment);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // A host that maps a store itself and follows the byte layout works with the library in
 // both directions: as a reader of the library's writer, and as a writer that takes over a
 // store the library's writer used before.
-#include "LoadedLibrary.h"
+#include "HostFixture.h"
 
 #include "tests/support/ForeignStore.h"
 #include "tests/support/UniqueName.h"
@@ -10,7 +10,6 @@
 
 namespace {
 
-using Wide = std::basic_string<VolmWideChar>;
 
 class ForeignStoreHost : public FactoryHostTest {
  protected:

@@ -1,7 +1,7 @@
 // A writer publishing at 10 kHz, readers in three processes, and the writer killed in the
 // middle and replaced: time on the readers' clocks never goes back and their readings never
 // fail, except for the moment a new writer starts over.
-#include "LoadedLibrary.h"
+#include "HostFixture.h"
 
 #include "tests/support/UniqueName.h"
 #include "tools/common/ChildProcess.h"
@@ -15,13 +15,14 @@ class Soak : public HostTest {};
 
 TEST_F(Soak, ReadersSurviveAWriterKilledAndReplaced) {
   const std::string name = UniqueName("volm-soak");
-  const std::basic_string<VolmWideChar> wideName(name.begin(), name.end());
+  const Wide wideName = WideOf(name);
   const std::string helper = SiblingProgram("volm_host_helper");
   auto first = std::make_unique<ChildProcess>(
       helper, std::vector<std::string>{"publish-fast", name, "60000", "100"});
   {
-    Ref<IVolmTimeFactory> factory;
-    TakeFactory(factory);
+    const HostTimeBase host(VOLM_LIBRARY_FILE);
+    ASSERT_TRUE(host.IsReady()) << host.Error();
+    IVolmTimeFactory* factory = host.Factory();
     Ref<IClock> clock;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     std::uint64_t time = 0;
@@ -44,10 +45,9 @@ TEST_F(Soak, ReadersSurviveAWriterKilledAndReplaced) {
   for (auto& reader : readers) EXPECT_EQ(reader->Wait(30'000), 0);
   EXPECT_EQ(second.Wait(30'000), 0);
   // Nobody holds the store any more; a last look clears what the killed writer left.
-  Ref<IVolmTimeFactory> factory;
-  TakeFactory(factory);
+  const HostTimeBase host(VOLM_LIBRARY_FILE);
   Ref<IVolmTimeFactoryAdvanced> advanced;
-  factory->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced.OutVoid());
+  host.Factory()->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced.OutVoid());
   Ref<IPiecewiseLinearCorrection> sweep;
   (void)advanced->OpenSharedMemoryCorrection(wideName.c_str(), sweep.Out());
 }

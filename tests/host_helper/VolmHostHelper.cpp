@@ -2,7 +2,6 @@
 // does: loaded by file name, public headers only.
 //   write NAME HOLD_MS        create NAME, publish (100, 1000, 2.0) and (200, 1300, 0.5),
 //                             hold it for HOLD_MS, exit 0
-//   reset NAME HOLD_MS        create or take over NAME, publish nothing, hold it
 //   expect NAME TICK TIME     exit 0 if NAME maps TICK to TIME, 1 if to something else,
 //                             2 if it cannot be opened, 3 if the mapping fails
 //   clock NAME                exit 0 if a named clock on NAME tells a time, 2 if it cannot
@@ -157,15 +156,13 @@ int Run(IVolmTimeFactory* factory, int argc, char** argv) {
                               reinterpret_cast<void**>(&advanced.pointer)) != VOLM_S_OK) {
     return 4;
   }
-  if ((command == "write" || command == "reset") && argc == 4) {
+  if (command == "write" && argc == 4) {
     Releaser<IPiecewiseLinearCorrection> writer;
     if (advanced.pointer->CreateSharedMemoryCorrection(name.c_str(), &writer.pointer) != VOLM_S_OK)
       return 2;
-    if (command == "write") {
-      writer.pointer->AddSample(100, 2.0, 1000);
-      writer.pointer->AddSample(200, 0.5, 1300);
-      writer.pointer->Publish();
-    }
+    writer.pointer->AddSample(100, 2.0, 1000);
+    writer.pointer->AddSample(200, 0.5, 1300);
+    writer.pointer->Publish();
     std::this_thread::sleep_for(std::chrono::milliseconds(std::atol(argv[3])));
     return 0;
   }
@@ -195,7 +192,7 @@ int Run(IVolmTimeFactory* factory, int argc, char** argv) {
 
 int main(int argc, char** argv) {
   if (argc < 3) {
-    std::fprintf(stderr, "usage: volm_host_helper write|reset|expect|clock NAME ...\n");
+    std::fprintf(stderr, "usage: volm_host_helper write|expect|clock|publish-fast|read-monotonic NAME ...\n");
     return 64;
   }
   const HostTimeBase timeBase(VOLM_LIBRARY_FILE);

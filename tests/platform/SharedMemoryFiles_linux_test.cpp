@@ -139,24 +139,17 @@ TEST(SharedMemoryFiles, AnotherAccountCannotResizeOrWriteOurStore) {
   }));
 }
 
-TEST(SharedMemoryFiles, NothingIsLeftInDevShmAfterTheLastHolder) {
-  const std::string name = UniqueName("volm-gone");
+// Nothing is left in /dev/shm after the last holder. Only a holder killed outright leaves its
+// file behind; the next opener finds nobody holding it, reports it missing and removes it.
+TEST(SharedMemoryFiles, OnlyAKilledHolderLeavesAFileAndTheNextOpenerRemovesIt) {
+  const std::string name = UniqueName("volm-killed");
   {
     const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
     const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
     EXPECT_TRUE(FileExists(name));
   }
   EXPECT_FALSE(FileExists(name));
-}
-
-TEST(SharedMemoryFiles, MissingStoreFailsWithTheReasonForNoSuchFile) {
-  EXPECT_EQ(ReasonOfOpening(UniqueName("volm-missing")), "No such file or directory");
-}
-
-// Only a holder killed outright leaves its file behind; the next opener finds nobody holding
-// it, reports it missing and removes it.
-TEST(SharedMemoryFiles, ReaderRemovesTheFileOfAKilledHolder) {
-  const std::string name = UniqueName("volm-killed");
+  EXPECT_EQ(ReasonOfOpening(name), "No such file or directory");
   ChildProcess creator(SiblingProgram("volm_test_helper"),
                        {"create-store", name, std::to_string(kSize), "5", "60000"});
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);

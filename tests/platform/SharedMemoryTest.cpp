@@ -1,19 +1,23 @@
-// Named shared memory within one process: creating, opening, sharing bytes, lifetime.
+// Named shared memory within one process and between processes (a helper program is the
+// other process): creating, opening, sharing bytes, lifetime.
 #include "platform/FaultInjection.h"
 #include "platform/SharedMemory.h"
-
 #include "tests/support/UniqueName.h"
+#include "tools/common/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
+#include <memory>
 #include <optional>
+#include <thread>
 
 namespace {
 
 using namespace VolmTime::Platform;
-
 constexpr std::size_t kSize = 1 << 20;
+constexpr std::uint32_t kProcessTimeoutMs = 20'000;
 
 // The reason an opening for reading fails, or nothing when it succeeds.
 std::optional<std::string> FailureOfOpening(const std::string& name) {
@@ -24,58 +28,28 @@ std::optional<std::string> FailureOfOpening(const std::string& name) {
   }
   return std::nullopt;
 }
-
+bool CanOpen(const std::string& name) { return !FailureOfOpening(name).has_value(); }
 unsigned char ByteAt(const SharedMemoryMapping& mapping, std::size_t offset) {
   return static_cast<const unsigned char*>(mapping.Address())[offset];
 }
 
-TEST(SharedMemory, NewStoreIsZeroFilledAndReadersSeeTheWritersBytes) {
+TEST(SharedMemory, WritersAndReadersShareOneZeroFilledStoreWhileOneHoldsIt) {
   const std::string name = UniqueName("volm-shm");
-  SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  ASSERT_GE(writer.Size(), kSize);
-  EXPECT_TRUE(writer.IsWritable());
-  EXPECT_EQ(writer.Name(), name);
-  EXPECT_EQ(ByteAt(writer, 0), 0);
-  EXPECT_EQ(ByteAt(writer, kSize - 1), 0);
-  std::memset(writer.Address(), 0x5A, kSize);
+  std::optional<SharedMemoryMapping> writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  ASSERT_GE(writer->Size(), kSize);
+  EXPECT_TRUE(writer->IsWritable());
+  EXPECT_EQ(ByteAt(*writer, kSize - 1), 0);
+  std::memset(writer->Address(), 0x5A, kSize);
   const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
   EXPECT_FALSE(reader.IsWritable());
   EXPECT_EQ(reader.Name(), name);
-  ASSERT_GE(reader.Size(), kSize);
-  EXPECT_EQ(ByteAt(reader, kSize / 2), 0x5A);
-  static_cast<unsigned char*>(writer.Address())[kSize / 2] = 0x17;
-  EXPECT_EQ(ByteAt(reader, kSize / 2), 0x17);
-}
-
-TEST(SharedMemory, OpeningANameThatDoesNotExistFailsWithTheSystemsReason) {
-  const std::optional<std::string> reason = FailureOfOpening(UniqueName("volm-missing"));
-  ASSERT_TRUE(reason.has_value());
-  ASSERT_FALSE(reason->empty());
-  EXPECT_NE(reason->back(), '\n');
-  EXPECT_NE(reason->back(), '\r');
-}
-
-TEST(SharedMemory, SecondWriterOpensTheLiveStoreWithItsBytesAndSize) {
-  const std::string name = UniqueName("volm-shm");
-  SharedMemoryMapping first = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  static_cast<unsigned char*>(first.Address())[7] = 42;
-  // A smaller size asked for does not shrink a store that exists.
-  const SharedMemoryMapping second = SharedMemoryMapping::CreateOrOpen(name, kSize / 4);
-  EXPECT_GE(second.Size(), kSize);
-  EXPECT_EQ(ByteAt(second, 7), 42);
-}
-
-TEST(SharedMemory, ReaderKeepsTheStoreAliveAfterItsWriterCloses) {
-  const std::string name = UniqueName("volm-shm");
-  std::optional<SharedMemoryMapping> writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  static_cast<unsigned char*>(writer->Address())[100] = 9;
-  const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
+  static_cast<unsigned char*>(writer->Address())[7] = 0x17;
+  EXPECT_EQ(ByteAt(reader, 7), 0x17);
+  // A second writer opens the live store with its bytes and size, asked for less or not.
+  EXPECT_GE(SharedMemoryMapping::CreateOrOpen(name, kSize / 4).Size(), kSize);
+  SharedMemoryMapping moved = std::move(*writer);
   writer.reset();
-  EXPECT_EQ(ByteAt(reader, 100), 9);
-  EXPECT_FALSE(FailureOfOpening(name).has_value());
-  // A writer that comes back finds the live store as it was, not a new one.
-  const SharedMemoryMapping again = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  EXPECT_EQ(ByteAt(again, 100), 9);
+  EXPECT_EQ(ByteAt(SharedMemoryMapping::CreateOrOpen(name, kSize), 7), 0x17);
 }
 
 TEST(SharedMemory, StoreIsGoneWithItsLastHolder) {
@@ -84,33 +58,76 @@ TEST(SharedMemory, StoreIsGoneWithItsLastHolder) {
     SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
     std::memset(writer.Address(), 0x33, kSize);
     { const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name); }
-    EXPECT_FALSE(FailureOfOpening(name).has_value()) << "the writer still holds it";
+    EXPECT_TRUE(CanOpen(name)) << "the writer still holds it";
   }
-  EXPECT_TRUE(FailureOfOpening(name).has_value());
-  // A writer under the same name starts a new, zero-filled store.
+  const std::optional<std::string> reason = FailureOfOpening(name);
+  ASSERT_TRUE(reason.has_value());
+  EXPECT_FALSE(reason->empty());
+  EXPECT_NE(reason->back(), '\n');
   const SharedMemoryMapping fresh = SharedMemoryMapping::CreateOrOpen(name, kSize);
   EXPECT_EQ(ByteAt(fresh, 0), 0);
-  EXPECT_EQ(ByteAt(fresh, kSize - 1), 0);
-}
-
-TEST(SharedMemory, MovedMappingKeepsTheView) {
-  const std::string name = UniqueName("volm-shm");
-  SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  void* const address = writer.Address();
-  SharedMemoryMapping moved = std::move(writer);
-  EXPECT_EQ(moved.Address(), address);
-  EXPECT_EQ(moved.Name(), name);
-  EXPECT_FALSE(FailureOfOpening(name).has_value());
-}
-
-TEST(SharedMemory, MappingCanBeMadeToFail) {
-  const std::string name = UniqueName("volm-shm");
-  Faults().failMappings = 1;
-  EXPECT_THROW((void)SharedMemoryMapping::CreateOrOpen(name, kSize), SharedMemoryError);
-  const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
   Faults().failMappings = 1;
   EXPECT_THROW((void)SharedMemoryMapping::OpenReadOnly(name), SharedMemoryError);
   EXPECT_NO_THROW((void)SharedMemoryMapping::OpenReadOnly(name));
+}
+
+std::unique_ptr<ChildProcess> Helper(const std::vector<std::string>& arguments) {
+  return std::make_unique<ChildProcess>(SiblingProgram("volm_test_helper"), arguments);
+}
+
+// Starts a helper that creates `name`, fills it with `byte` and holds it until released;
+// returns once the store is set up.
+std::unique_ptr<ChildProcess> StartCreator(const std::string& name, int byte) {
+  auto creator =
+      Helper({"create-store", name, std::to_string(kSize), std::to_string(byte), "60000"});
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (!CanOpen(name + "-ready")) {
+    if (std::chrono::steady_clock::now() > deadline || creator->Wait(0).has_value()) {
+      ADD_FAILURE() << "the helper did not set up " << name;
+      break;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return creator;
+}
+
+TEST(SharedMemoryAcrossProcesses, StoreLivesWhileAnyProcessHoldsIt) {
+  const std::string name = UniqueName("volm-xproc");
+  auto creator = StartCreator(name, 7);
+  EXPECT_EQ(Helper({"read-store", name, "6"})->Wait(kProcessTimeoutMs), 1);
+  std::optional<SharedMemoryMapping> reader = SharedMemoryMapping::OpenReadOnly(name);
+  {
+    const SharedMemoryMapping release = SharedMemoryMapping::CreateOrOpen(name + "-release", 1);
+    ASSERT_EQ(creator->Wait(kProcessTimeoutMs), 0);
+  }
+  EXPECT_EQ(ByteAt(*reader, kSize - 1), 7);
+  EXPECT_EQ(Helper({"read-store", name, "7"})->Wait(kProcessTimeoutMs), 0);
+  reader.reset();
+  EXPECT_FALSE(CanOpen(name));
+  EXPECT_EQ(Helper({"read-store", name, "7"})->Wait(kProcessTimeoutMs), 2);
+}
+
+// A holder that ends without closing anything, as a crash does. The system drops its hold
+// (Windows closes its handles, Linux drops its locks), so the store is not found live.
+TEST(SharedMemoryAcrossProcesses, StoreOfAKilledHolderIsNotOpenedAsLive) {
+  const std::string name = UniqueName("volm-xproc");
+  auto creator = StartCreator(name, 3);
+  creator->Kill();
+  ASSERT_TRUE(creator->Wait(kProcessTimeoutMs).has_value());
+  EXPECT_FALSE(CanOpen(name));
+  const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  EXPECT_EQ(ByteAt(writer, kSize - 1), 0);
+}
+
+// Writers and readers in several processes open and close one name as fast as they can:
+// none may meet a store that is half set up, too small, or zero-filled under it.
+TEST(SharedMemoryAcrossProcesses, ConcurrentOpeningAndClosingIsSafe) {
+  const std::string name = UniqueName("volm-churn");
+  std::vector<std::unique_ptr<ChildProcess>> churners;
+  for (int i = 0; i < 3; ++i)
+    churners.push_back(Helper({"churn", name, std::to_string(kSize), "400"}));
+  for (auto& churner : churners) EXPECT_EQ(churner->Wait(kProcessTimeoutMs), 0);
+  EXPECT_FALSE(CanOpen(name));
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
 // Many threads at once on every kind of object, bounded in time: nothing races (the
 // sanitizer builds watch), nothing fails, nothing is left alive.
-#include "VolmTime/Module/ModuleEntry.h"
 #include "VolmTime/VolmTimeFactory.h"
-#include "framework/CVolmPtr.h"
-#include "framework/LiveObjects.h"
+#include "tests/support/Helpers.h"
 
 #include "tests/support/UniqueName.h"
 
@@ -22,10 +20,8 @@ constexpr auto kRunFor = std::chrono::milliseconds(1500);
 
 WideString Wide(const std::string& text) { return WidenBytes(text); }
 
-class Stress : public ::testing::Test {
+class Stress : public LeakChecked {
  protected:
-  void TearDown() override { EXPECT_EQ(GetLiveObjectCount(), liveBefore_); }
-
   // Runs `body` on `threads` threads until the time is up; counts its failures.
   template <typename Body>
   int RunThreads(int threads, Body body) {
@@ -42,8 +38,6 @@ class Stress : public ::testing::Test {
     for (auto& thread : running) thread.join();
     return failures.load();
   }
-
-  std::uint32_t liveBefore_ = GetLiveObjectCount();
 };
 
 TEST_F(Stress, EveryKindOfClockReadWhileAWriterPublishesAndNamedClocksComeAndGo) {
@@ -113,34 +107,6 @@ TEST_F(Stress, EveryKindOfClockReadWhileAWriterPublishesAndNamedClocksComeAndGo)
     }
     return true;
   });
-  EXPECT_EQ(failures, 0);
-}
-
-TEST_F(Stress, FactoriesComeAndGoWhileOtherThreadsHoldTheirClocks) {
-  std::atomic<IClock*> handedOver{nullptr};
-  const int failures = RunThreads(3, [&](int thread) {
-    if (thread == 0) {
-      // Makes a factory, passes its clock on and gives the factory back.
-      void* object = nullptr;
-      if (VolmTime::CreateFactoryInstance(VolmIds().timeFactoryClass, &object) != VOLM_S_OK)
-        return false;
-      auto* factory = static_cast<IVolmTimeFactory*>(object);
-      factory->AddRef();
-      IClock* clock = nullptr;
-      factory->GetRelativeClock(&clock);
-      factory->Release();
-      if (IClock* old = handedOver.exchange(clock)) old->Release();
-      return true;
-    }
-    // Uses whatever clock it gets hold of, after its factory is gone.
-    IClock* clock = handedOver.exchange(nullptr);
-    if (clock == nullptr) return true;
-    std::uint64_t time = 0;
-    const bool ok = clock->GetTime(&time) == VOLM_S_OK;
-    clock->Release();
-    return ok;
-  });
-  if (IClock* left = handedOver.exchange(nullptr)) left->Release();
   EXPECT_EQ(failures, 0);
 }
 

@@ -4,6 +4,7 @@
 #include "Discipline.h"
 #include "StoreAnalysis.h"
 #include "Svg.h"
+#include "TimeFormat.h"
 
 #include <gtest/gtest.h>
 #include <boost/property_tree/ptree.hpp>
@@ -133,6 +134,10 @@ TEST_F(SegmentRules, AClockSteppedBackBeyondTheLimitStartsOver) {
   EXPECT_EQ(back.sample.rate, kNominal);
   EXPECT_EQ(back.sample.time, TimeOnSegment(previous_, back.sample.tick));
   EXPECT_EQ(After(0).action, Discipline::Action::kAppend);
+  // A reading at the same tick adds nothing.
+  const Discipline::Update same = discipline_.Next({previous_.tick, previous_.time + 5});
+  EXPECT_EQ(same.action, Discipline::Action::kSkip);
+  EXPECT_EQ(same.sample.tick, previous_.tick);
 }
 
 TEST_F(SegmentRules, ATakenOverFunctionIsContinuedWithoutGoingBack) {
@@ -184,6 +189,21 @@ TEST(Tracking, SummarisesTheDisciplineAndNoticesAStoppedPublisher) {
   EXPECT_DOUBLE_EQ(live.lastUpdateAgeS, 0.05);
   EXPECT_FALSE(live.stale);
   EXPECT_TRUE(Track(samples, 1'000'000'000, samples.back().tick + 2'000'000'000).stale);
+  samples.back().rate = 0.01 * (1 + 5e-6);
+  EXPECT_NEAR(Track(samples, 1'000'000'000, samples.back().tick).frequencyChangePpm, 3.0, 1e-6);
+}
+
+TEST(TimeFormat, SystemTimesSecondsAndOffsetsKeepEveryDigit) {
+  // 2026-11-23T12:34:56.1234567Z in 100-ns units since 1601, and times around 1970.
+  const std::pair<std::uint64_t, const char*> times[] = {
+      {134'399'108'961'234'567, "2026-11-23T12:34:56.1234567Z"},
+      {116'444'736'000'000'001, "1970-01-01T00:00:00.0000001Z"},
+      {116'444'735'990'000'000, "1969-12-31T23:59:59.0000000Z"}};
+  for (const auto& [units, text] : times) EXPECT_EQ(FormatSystemTime(units), text);
+  EXPECT_EQ(FormatSeconds(12'345'678), "1.2345678 s");
+  EXPECT_EQ(FormatOffsetUs(-15), "-1.5 us");
+  EXPECT_EQ(FormatOffsetUs(INT64_MIN), "-922337203685477580.8 us");
+  EXPECT_EQ(FormatOffsetUs(7), "+0.7 us");
 }
 
 TEST(Plot, IsValidXmlWithEscapedTextLabelledAxesAndItsNumbers) {

@@ -1,0 +1,84 @@
+// The library as a host sees it: loaded at run time by file name and started through the
+// host start-up helper, public headers only.
+#ifndef TESTS_HOST_HOSTFIXTURE_H
+#define TESTS_HOST_HOSTFIXTURE_H
+
+#include <VolmTime/VolmTime.h>
+
+#include "tools/common/DynamicLibrary.h"
+#include "tools/common/HostTimeBase.h"
+#include "tools/common/Ref.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+using Wide = std::basic_string<VolmWideChar>;
+
+inline Wide WideOf(const std::string& ascii) { return Wide(ascii.begin(), ascii.end()); }
+
+// The text of the object's last error (ASCII), "<none>" without one.
+inline std::string LastErrorText(IVolmUnknown* object) {
+  Ref<IGetVolmError> source;
+  if (object->QueryInterface(IID_IGetVolmError, source.OutVoid()) != VOLM_S_OK) return "<no source>";
+  Ref<IVolmError> error;
+  source->GetError(error.Out());
+  if (!error) return "<none>";
+  Ref<IVolmWideCharString> text;
+  const VolmWideChar* buffer = nullptr;
+  if (error->GetText(text.Out()) != VOLM_S_OK || text->GetBuffer(&buffer) != VOLM_S_OK) return "?";
+  std::string narrow;
+  for (; *buffer != 0; ++buffer) narrow.push_back(static_cast<char>(*buffer));
+  return narrow;
+}
+
+// Keeps the library loaded for the whole test, so that CanDllUnload tells afterwards whether
+// the test left objects alive.
+class HostTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(library_.IsLoaded()) << library_.Error();
+    canDllUnload_ = library_.Get<VolmCanDllUnloadFunction>(kVolmCanDllUnloadName);
+    ASSERT_NE(canDllUnload_, nullptr);
+    ASSERT_EQ(canDllUnload_(), 1) << "a previous test left objects alive";
+  }
+  void TearDown() override {
+    if (canDllUnload_ != nullptr) {
+      EXPECT_EQ(canDllUnload_(), 1) << "objects left alive";
+    }
+  }
+  DynamicLibrary library_{VOLM_LIBRARY_FILE};
+  VolmCanDllUnloadFunction canDllUnload_ = nullptr;
+};
+
+// A host started the usual way, holding the factory, its advanced interface and both clocks.
+class FactoryHostTest : public HostTest {
+ protected:
+  void SetUp() override {
+    HostTest::SetUp();
+    if (HasFatalFailure()) return;
+    host_.emplace(VOLM_LIBRARY_FILE);
+    ASSERT_TRUE(host_->IsReady()) << host_->Error();
+    factory_ = host_->Factory();
+    ASSERT_EQ(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()),
+              VOLM_S_OK);
+    ASSERT_EQ(factory_->GetRelativeClock(relative_.Out()), VOLM_S_OK);
+    ASSERT_EQ(factory_->GetSystemClock(system_.Out()), VOLM_S_OK);
+  }
+  // A subclass releases what it holds first, then calls this.
+  void TearDown() override {
+    system_.Reset();
+    relative_.Reset();
+    advanced_.Reset();
+    host_.reset();
+    HostTest::TearDown();
+  }
+  std::optional<HostTimeBase> host_;
+  IVolmTimeFactory* factory_ = nullptr;
+  Ref<IVolmTimeFactoryAdvanced> advanced_;
+  Ref<IClock> relative_;
+  Ref<IClock> system_;
+};
+
+#endif  // TESTS_HOST_HOSTFIXTURE_H

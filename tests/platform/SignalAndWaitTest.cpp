@@ -1,0 +1,187 @@
+// Auto-reset events, waitable timers and waits on one or several handles, with the outcomes
+// of the Win32 wait functions on both platforms.
+#include "platform/Event.h"
+#include "platform/FaultInjection.h"
+#include "platform/SystemTime.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
+#include "tests/support/HostEvent.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace VolmTime::Platform;
+using Clock = std::chrono::steady_clock;
+constexpr std::int64_t kUnitsPerMs = 10'000;
+
+double MillisecondsSince(Clock::time_point start) {
+  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+std::int64_t SystemTimeIn(std::int64_t milliseconds) {
+  return static_cast<std::int64_t>(PreciseSystemTime()) + milliseconds * kUnitsPerMs;
+}
+// Runs `action` on another thread after 30 ms.
+std::thread Later(std::function<void()> action) {
+  return std::thread([action = std::move(action)] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    action();
+  });
+}
+// How many of two waiters one signal of `handle` (made by `signal`) releases.
+int ReleasedByOneSignal(NativeHandle handle, const std::function<void()>& signal) {
+  std::atomic<int> released{0};
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 2; ++i)
+    waiters.emplace_back([&] { released += WaitForOne(handle, 400) == kWaitObject0 ? 1 : 0; });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  signal();
+  for (auto& waiter : waiters) waiter.join();
+  return released.load();
+}
+
+TEST(Event, IsOneSignalTakenByOneWaitUntilReset) {
+  UniqueHandle event = CreateAutoResetEvent();
+  std::thread setter = Later([&] { EXPECT_TRUE(SetEvent(event.Get())); });
+  const auto start = Clock::now();
+  EXPECT_EQ(WaitForOne(event.Get(), kInfinite), kWaitObject0);
+  EXPECT_GE(MillisecondsSince(start), 20.0);
+  setter.join();
+  ASSERT_TRUE(SetEvent(event.Get()));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  EXPECT_EQ(WaitForOne(event.Get(), 0), kWaitObject0);
+  EXPECT_EQ(WaitForOne(event.Get(), 0), kWaitTimeout);
+  ASSERT_TRUE(SetEvent(event.Get()));
+  ASSERT_TRUE(ResetEvent(event.Get()));
+  EXPECT_EQ(WaitForOne(event.Get(), 0), kWaitTimeout);
+  EXPECT_EQ(ReleasedByOneSignal(event.Get(), [&] { EXPECT_TRUE(SetEvent(event.Get())); }), 1);
+  Faults().failEventCreations = 1;
+  EXPECT_FALSE(CreateAutoResetEvent());
+  EXPECT_TRUE(CreateAutoResetEvent());
+}
+
+TEST(Wait, ReportsTheLowestSignalledIndexAndTakesOnlyThatSignal) {
+  std::vector<UniqueHandle> events;
+  std::vector<NativeHandle> handles;
+  for (std::uint32_t i = 0; i <= kMaximumWaitObjects; ++i) {
+    events.push_back(CreateAutoResetEvent());
+    handles.push_back(events.back().Get());
+  }
+  HostEvent host;
+  handles[0] = host.Handle();  // the host's own kind of event takes part as well
+  ASSERT_TRUE(SetEvent(handles[kMaximumWaitObjects - 1]));
+  host.Signal();
+  EXPECT_EQ(WaitForMany(handles.data(), kMaximumWaitObjects, false, 0), kWaitObject0);
+  EXPECT_EQ(WaitForMany(handles.data(), kMaximumWaitObjects, false, 0),
+            kWaitObject0 + kMaximumWaitObjects - 1);
+  const auto start = Clock::now();
+  EXPECT_EQ(WaitForMany(handles.data(), kMaximumWaitObjects, false, 40), kWaitTimeout);
+  EXPECT_GE(MillisecondsSince(start), 35.0);
+  // Bad arguments fail: too many handles, none, a missing or closed one.
+  ASSERT_TRUE(SetEvent(handles[1]));
+  EXPECT_EQ(WaitForMany(handles.data(), kMaximumWaitObjects + 1, false, 0), kWaitFailed);
+  EXPECT_EQ(WaitForMany(handles.data(), 0, false, 0), kWaitFailed);
+  EXPECT_EQ(WaitForMany(nullptr, 1, false, 0), kWaitFailed);
+  const NativeHandle withNone[] = {handles[1], kNoHandle};
+  EXPECT_EQ(WaitForMany(withNone, 2, true, 0), kWaitFailed);
+  NativeHandle stale = kNoHandle;
+  {
+    UniqueHandle closed = CreateAutoResetEvent();
+    stale = closed.Get();
+  }
+  EXPECT_EQ(WaitForOne(stale, 0), kWaitFailed);
+}
+
+TEST(Wait, WaitForAllTakesEverySignalOrNone) {
+  UniqueHandle timer = CreateWaitableTimer(false);
+  UniqueHandle event = CreateAutoResetEvent();
+  const NativeHandle handles[] = {timer.Get(), event.Get()};
+  ASSERT_TRUE(SetEvent(event.Get()));
+  EXPECT_EQ(WaitForMany(handles, 2, true, 30), kWaitTimeout);  // took nothing
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), -30 * kUnitsPerMs, 0));
+  EXPECT_EQ(WaitForMany(handles, 2, true, 5'000), kWaitObject0);
+  EXPECT_EQ(WaitForMany(handles, 2, false, 0), kWaitTimeout);
+  // Both ready: the timer, at the lower index, is reported and the event keeps its signal.
+  std::thread setter = Later([&] { EXPECT_TRUE(SetEvent(event.Get())); });
+  EXPECT_EQ(WaitForMany(handles, 2, false, 5'000), kWaitObject0 + 1);
+  setter.join();
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), 0, 0));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_EQ(WaitForMany(handles, 2, false, 0), kWaitObject0);
+  EXPECT_EQ(WaitForMany(handles, 2, false, 0), kWaitObject0 + 1);
+}
+
+TEST(Timer, FiresAtItsRelativeOrAbsoluteDueTimeAndNotBefore) {
+  UniqueHandle timer = CreateWaitableTimer(false);
+  auto start = Clock::now();
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), -50 * kUnitsPerMs, 0));
+  EXPECT_EQ(WaitForOne(timer.Get(), 20), kWaitTimeout);
+  EXPECT_EQ(WaitForOne(timer.Get(), 5'000), kWaitObject0);
+  EXPECT_GE(MillisecondsSince(start), 45.0);
+  start = Clock::now();
+  const std::int64_t due = SystemTimeIn(40);
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), due, 0));
+  EXPECT_EQ(WaitForOne(timer.Get(), 5'000), kWaitObject0);
+  EXPECT_GE(MillisecondsSince(start), 30.0);
+  EXPECT_GE(SystemTimeIn(5), due);  // the clocks' granularity may differ by some ms
+  for (const std::int64_t past : {std::int64_t{0}, SystemTimeIn(-1'000), std::int64_t{1}}) {
+    ASSERT_TRUE(ArmWaitableTimer(timer.Get(), past, 0)) << past;
+    EXPECT_EQ(WaitForOne(timer.Get(), 2'000), kWaitObject0) << past;
+  }
+  EXPECT_FALSE(ArmWaitableTimer(timer.Get(), -kUnitsPerMs, -1));  // negative period
+  Faults().failTimerCreations = 1;
+  EXPECT_FALSE(CreateWaitableTimer(false));
+}
+
+TEST(Timer, PeriodicTimerRepeatsUntilCancelledAndCancelKeepsAFiringThatHappened) {
+  UniqueHandle timer = CreateWaitableTimer(false);
+  const auto start = Clock::now();
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), -10 * kUnitsPerMs, 10));
+  for (int firing = 0; firing < 5; ++firing)
+    ASSERT_EQ(WaitForOne(timer.Get(), 2'000), kWaitObject0) << "firing " << firing;
+  EXPECT_GE(MillisecondsSince(start), 40.0);
+  ASSERT_TRUE(CancelWaitableTimer(timer.Get()));
+  (void)WaitForOne(timer.Get(), 0);  // a firing just before the cancel stays signalled
+  EXPECT_EQ(WaitForOne(timer.Get(), 60), kWaitTimeout);
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), 0, 0));
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  ASSERT_TRUE(CancelWaitableTimer(timer.Get()));
+  EXPECT_EQ(WaitForOne(timer.Get(), 0), kWaitObject0);
+  EXPECT_EQ(WaitForOne(timer.Get(), 0), kWaitTimeout);
+}
+
+TEST(Timer, AutoResetReleasesOneWaiterManualResetAllUntilArmedAgain) {
+  UniqueHandle automatic = CreateWaitableTimer(false);
+  UniqueHandle manual = CreateWaitableTimer(true);
+  EXPECT_EQ(ReleasedByOneSignal(automatic.Get(), [&] { EXPECT_TRUE(ArmWaitableTimer(automatic.Get(), 0, 0)); }), 1);
+  EXPECT_EQ(ReleasedByOneSignal(manual.Get(), [&] { EXPECT_TRUE(ArmWaitableTimer(manual.Get(), 0, 0)); }), 2);
+  EXPECT_EQ(WaitForOne(manual.Get(), 0), kWaitObject0);
+  ASSERT_TRUE(ArmWaitableTimer(manual.Get(), -10'000 * kUnitsPerMs, 0));
+  EXPECT_EQ(WaitForOne(manual.Get(), 0), kWaitTimeout);
+}
+
+TEST(Timer, ArmingReplacesAnEarlierOneAndReachesAThreadAlreadyWaiting) {
+  UniqueHandle timer = CreateWaitableTimer(false);
+  for (const bool absolute : {true, false}) {
+    // A near arming on the other clock is replaced by a far one.
+    ASSERT_TRUE(ArmWaitableTimer(timer.Get(), absolute ? -30 * kUnitsPerMs : SystemTimeIn(30), 0));
+    ASSERT_TRUE(
+        ArmWaitableTimer(timer.Get(), absolute ? SystemTimeIn(60'000) : -60'000 * kUnitsPerMs, 0));
+    EXPECT_EQ(WaitForOne(timer.Get(), 150), kWaitTimeout);
+    std::atomic<std::uint32_t> outcome{0xDEADu};
+    std::thread waiter([&] { outcome = WaitForOne(timer.Get(), 10'000); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    ASSERT_TRUE(ArmWaitableTimer(timer.Get(), absolute ? SystemTimeIn(20) : -20 * kUnitsPerMs, 0));
+    waiter.join();
+    EXPECT_EQ(outcome.load(), kWaitObject0) << (absolute ? "absolute" : "relative");
+  }
+}
+
+}  // namespace

@@ -5,8 +5,11 @@
 #include "tests/support/Helpers.h"
 #include "tests/support/UniqueName.h"
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -72,16 +75,22 @@ TEST_F(SharedMemoryCorrection, SmallerObjectOfTheNameIsRefused) {
   EXPECT_EQ(FailureOf([&] { SharedFunction reader(name_, false); }), expected);
 }
 
-// Known defect, disabled until the library is fixed (run it with
-// --gtest_also_run_disabled_tests): a writer's store is open to readers as soon as its
-// mapping exists (the platform layer lets go of the opening lock once the writer holds it),
-// but its header only gets the layout version when the writer's Reset runs afterwards. A
-// reader that opens in between is told "Memory layout version mismatch." instead of finding
-// an empty function. The store is held here in exactly that state: mapped, held, not set up.
-TEST_F(SharedMemoryCorrection, DISABLED_ReaderOpeningWhileTheWriterSetsUpFindsAnEmptyFunction) {
+// A writer's store is open to readers as soon as its mapping exists, zero-filled, and gets
+// its layout version a moment later. A reader that opens in between waits for the version;
+// one that stays 0 is another layout.
+TEST_F(SharedMemoryCorrection, ReaderOpeningWhileTheWriterSetsUpWaitsForTheVersion) {
   const auto settingUp =
       VolmTime::Platform::SharedMemoryMapping::CreateOrOpen(name_, VolmTime::kSampleStoreSize);
+  EXPECT_EQ(FailureOf([&] { SharedFunction reader(name_, false); }),
+            "Memory layout version mismatch.");
+  std::atomic_ref<std::uint32_t> version(
+      static_cast<VolmTime::SampleStore*>(settingUp.Address())->header.version);
+  std::thread writer([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    version.store(VolmTime::kSampleStoreVersion, std::memory_order_release);
+  });
   EXPECT_EQ(FailureOf([&] { (void)SharedFunction(name_, false).TickToTime(1); }), kNoSegment);
+  writer.join();
 }
 
 }  // namespace

@@ -1,10 +1,14 @@
 #include "VolmTime/SynchronizedClock.h"
 
 #include "VolmTime/Core/DurationTicks.h"
+#include "VolmTime/Core/Platform/Counter.h"
+#include "VolmTime/Core/WindowsCounter.h"
 #include "VolmTime/Core/Platform/SystemTime.h"
 #include "VolmTime/WaitableTimer.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ThrowIfFailed.h"
+
+#include <typeinfo>
 
 namespace VolmTime {
 
@@ -27,6 +31,21 @@ SynchronizedClock::SynchronizedClock(IHighResolutionCounter2* counter,
       withCore) {
     withCore->GetCoreFunction(&coreFunction_);
   }
+  // Exact types only: a subclass may read or convert differently.
+  const bool platformCounter =
+      coreCounter_ != nullptr && typeid(*coreCounter_) == typeid(Core::WindowsCounter);
+  if (isSystemTime_ || !platformCounter || coreFunction_ == nullptr) return;
+  using Linear = Core::LinearCorrectionFunction<std::uint64_t, std::uint64_t>;
+  if (typeid(*coreFunction_) == typeid(Linear)) {
+    linear_.emplace(static_cast<const Linear&>(*coreFunction_));
+    fastPath_ = FastPath::kLinear;
+    return;
+  }
+  // TickToTime is final in the piecewise-linear base, so every subclass answers alike.
+  piecewise_ =
+      dynamic_cast<const Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>*>(
+          coreFunction_);
+  if (piecewise_ != nullptr) fastPath_ = FastPath::kLatestSegment;
 }
 
 SynchronizedClock::~SynchronizedClock() {
@@ -35,19 +54,45 @@ SynchronizedClock::~SynchronizedClock() {
 }
 
 VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
+  if (fastPath_ != FastPath::kNone) {
+    // The usual cores, read without a virtual call and without the prologue of the paths
+    // below, which are out of line.
+    std::uint64_t tick = 0;
+    if (!Core::Platform::ReadTick(tick)) return ReadTimeThroughComponents(time);
+    if (fastPath_ == FastPath::kLinear) {
+      *time = linear_->TickToTime(tick);
+      return VOLM_S_OK;
+    }
+    if (piecewise_->TickToTimeInLatestSegment(tick, *time)) return VOLM_S_OK;
+    return ConvertThroughCore(tick, time);
+  }
   if (isSystemTime_) {
     *time = Core::Platform::PreciseSystemTime();
     return VOLM_S_OK;
   }
   if (coreCounter_ != nullptr && coreFunction_ != nullptr) {
-    // Straight to the cores: two calls instead of a chain of components. A failure on the
-    // way is read again through the components, which report it the documented way.
+    std::uint64_t tick = 0;
     try {
-      *time = coreFunction_->TickToTime(coreCounter_->GetTick());
-      return VOLM_S_OK;
+      tick = coreCounter_->GetTick();
     } catch (...) {
+      return ReadTimeThroughComponents(time);
     }
+    return ConvertThroughCore(tick, time);
   }
+  return ReadTimeThroughComponents(time);
+}
+
+VolmResult SynchronizedClock::ConvertThroughCore(std::uint64_t tick, std::uint64_t* time) noexcept {
+  try {
+    *time = coreFunction_->TickToTime(tick);
+    return VOLM_S_OK;
+  } catch (...) {
+    // Read again through the components, which report the failure the documented way.
+    return ReadTimeThroughComponents(time);
+  }
+}
+
+VolmResult SynchronizedClock::ReadTimeThroughComponents(std::uint64_t* time) noexcept {
   std::uint64_t tick = 0;
   const VolmResult tickResult = counter_->GetTick(&tick);
   if (VolmFailed(tickResult)) return tickResult;

@@ -10,13 +10,19 @@
 #include <cstdlib>
 #include <string>
 
-// Process-wide: loaded once, released at exit.
+// Process-wide: loaded once, released at exit. VOLM_BENCH_LIBRARY names another build of the
+// library to measure instead of this build's, for a before-and-after comparison.
 struct LoadedVolmTime {
-  LoadedVolmTime() : library(VOLM_LIBRARY_FILE) {
+  static const char* File() {
+    const char* other = std::getenv("VOLM_BENCH_LIBRARY");
+    return other != nullptr && *other != '\0' ? other : VOLM_LIBRARY_FILE;
+  }
+
+  LoadedVolmTime() : library(File()) {
     auto createInstance = library.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
     void* object = nullptr;
     if (createInstance == nullptr || createInstance(CLSID_VolmTimeFactory, &object) != VOLM_S_OK) {
-      std::fprintf(stderr, "cannot load %s: %s\n", VOLM_LIBRARY_FILE, library.Error().c_str());
+      std::fprintf(stderr, "cannot load %s: %s\n", File(), library.Error().c_str());
       std::abort();
     }
     factory = static_cast<IVolmTimeFactory*>(object);
@@ -33,6 +39,9 @@ struct LoadedVolmTime {
 };
 
 LoadedVolmTime& Volm();
+
+// Started with this argument, the benchmark program only spins, as load for the others.
+inline constexpr const char* kBusyArgument = "--volm-busy";
 
 inline std::basic_string<VolmWideChar> WideName(const std::string& text) {
   return std::basic_string<VolmWideChar>(text.begin(), text.end());

@@ -133,7 +133,7 @@ void MeasurePeriodic(benchmark::State& state, WaitOnce&& waitOnce) {
 
 void PeriodicArguments(benchmark::internal::Benchmark* benchmark) {
   benchmark->ArgNames({"ms", "busy"});
-  benchmark->Args({1, 0})->Args({10, 0})->Args({1, 2});
+  benchmark->Args({1, 0})->Args({10, 0})->Args({1, 2})->Args({1, 5});
   benchmark->Iterations(1)->Unit(benchmark::kMillisecond);
 }
 

@@ -4,6 +4,7 @@
 #include "VolmTime/Core/FullRangeConversion.h"
 
 #include <algorithm>
+#include <cmath>
 
 
 namespace VolmTime::Core {
@@ -80,8 +81,10 @@ std::uint64_t KeyOf(const CorrectionSample& sample, bool byTick) noexcept {
   return byTick ? sample.tick : sample.time;
 }
 
-// Rounds of estimate-and-check before the search proper takes over.
-constexpr int kInterpolationRounds = 3;
+// Rounds of estimate-and-check before bisection takes over, and how much a round from the
+// second on must narrow the bracket for the estimates to go on.
+constexpr int kInterpolationRounds = 4;
+constexpr std::uint32_t kNarrowingWorthARound = 16;
 
 // Where `value` would sit between two bracketing samples if the samples between them were
 // evenly spaced; strictly between the two positions.
@@ -92,27 +95,33 @@ std::uint32_t EstimatePosition(std::uint32_t low, std::uint64_t lowKey, std::uin
   return std::clamp(low + offset, low + 1, high - 1);
 }
 
+// How far from an estimate to look for the other end of the bracket: the typical error of an
+// estimate over `width` randomly spaced samples is about its square root.
+std::uint32_t GuardDistance(std::uint32_t width) noexcept {
+  return std::max(std::uint32_t{1}, static_cast<std::uint32_t>(std::sqrt(ToDouble(width))));
+}
+
 // The sample whose segment holds `value`, for a value before the latest sample. On keys in
-// increasing order (as the writer appends them) the answer is the last sample whose key is
-// at most the value, exactly as a binary search over the whole sequence finds it. The search
-// keeps a bracket key(low) <= value < key(high). Samples that a publisher appends at a steady
-// pace are nearly evenly spaced, so an estimate from the bracket's ends and a check of its
-// neighbour close the bracket in two probes instead of about twenty. When a few rounds of
-// that do not close it, the binary search's own probes finish the work, skipping the ones
-// whose outcome the bracket already tells: unevenly spaced samples cost no more than before.
+// increasing order (as every writer appends them) the answer is the last sample whose key is
+// at most the value, exactly as a binary search over the whole sequence finds it: the search
+// keeps a bracket key(low) <= value < key(high) and ends when it is one sample wide.
+// Each round probes where the value would lie if the samples in the bracket were evenly
+// spaced, then a guard on the value's side of that estimate: the next sample in the first
+// round (samples a publisher appends at a steady pace then close the bracket in two probes
+// instead of about twenty), and the estimate's typical error for random gaps after that
+// (which narrows a bracket of n samples to about sqrt(n)). Once a round stops narrowing the
+// bracket well, the samples are spaced too unevenly for estimates and bisection of the
+// bracket finishes, so uneven stores cost about what a binary search costs.
 CorrectionSample SegmentBeforeLatest(const ReadableSequence& sequence, bool byTick,
                                      std::uint64_t latestKey, std::uint64_t value) {
-  const std::uint32_t latest = sequence.historyLength;
-  if (latest == 0) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
-  CorrectionSample lowSample = sequence.At(0);
-  std::uint64_t lowKey = KeyOf(lowSample, byTick);
-  if (value < lowKey) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
   std::uint32_t low = 0;
-  std::uint32_t high = latest;
+  std::uint32_t high = sequence.historyLength;
+  if (high == 0) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
+  std::uint64_t lowKey = KeyOf(sequence.At(0), byTick);
+  if (value < lowKey) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
   std::uint64_t highKey = latestKey;
   const auto probe = [&](std::uint32_t position) {
-    const CorrectionSample sample = sequence.At(position);
-    const std::uint64_t key = KeyOf(sample, byTick);
+    const std::uint64_t key = KeyOf(sequence.At(position), byTick);
     if (value < key) {
       high = position;
       highKey = key;
@@ -120,36 +129,26 @@ CorrectionSample SegmentBeforeLatest(const ReadableSequence& sequence, bool byTi
     }
     low = position;
     lowKey = key;
-    lowSample = sample;
     return true;
   };
+  std::uint32_t guard = 1;
   for (int round = 0; round < kInterpolationRounds && high - low > 1; ++round) {
-    const std::uint32_t estimate = EstimatePosition(low, lowKey, high, highKey, value);
-    // Then the neighbour on the side the value lies: with even spacing that closes it.
-    if (probe(estimate)) {
-      if (high - low > 1) probe(low + 1);
+    const std::uint32_t width = high - low;
+    if (probe(EstimatePosition(low, lowKey, high, highKey, value))) {
+      if (high - low > 1) probe(low + std::min(guard, high - low - 1));
     } else if (high - low > 1) {
-      probe(high - 1);
+      probe(high - std::min(guard, high - low - 1));
     }
+    if (high - low <= 1 || (round > 0 && (high - low) * kNarrowingWorthARound > width)) break;
+    guard = GuardDistance(high - low);
   }
-  if (high - low == 1) return lowSample;
-  // Upper bound: the first sample whose key is greater than the value.
-  std::uint32_t position = 0;
-  std::uint32_t remaining = sequence.Length();
-  while (remaining > 0) {
-    const std::uint32_t half = remaining / 2;
-    const std::uint32_t middle = position + half;
-    const bool greater = middle <= low    ? false
-                         : middle >= high ? true
-                                          : value < KeyOf(sequence.At(middle), byTick);
-    if (greater) {
-      remaining = half;
-    } else {
-      position = middle + 1;
-      remaining = remaining - half - 1;
-    }
+  // Bisection of what is left; the key decides between two positions without a branch.
+  for (std::uint32_t width = high - low; width > 1;) {
+    const std::uint32_t half = width / 2;
+    low = KeyOf(sequence.At(low + half), byTick) <= value ? low + half : low;
+    width -= half;
   }
-  return sequence.At(position - 1);
+  return sequence.At(low);
 }
 
 CorrectionSample FindSegmentIn(const ReadableSequence& sequence, bool byTick, std::uint64_t value) {

@@ -17,8 +17,10 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <numeric>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -53,120 +55,128 @@ double Median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-// Arguments: the sleep in milliseconds, the number of busy processes.
-template <typename Sleep>
-void MeasureSleep(benchmark::State& state, Sleep&& sleep) {
+double Mean(const std::vector<double>& values) {
+  return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+// A way to wait that is measured side by side with the others: the counters it reports have
+// its name as their prefix.
+struct Way {
+  const char* name;
+  std::function<void()> waitOnce;
+  std::vector<double> measured;
+};
+
+// Arguments: the sleep in milliseconds, the number of busy processes. Each round sleeps
+// once each way in turn, so that the library, the standard library and the platform meet the
+// same machine even while other work on it comes and goes. Reports how late each woke: the
+// median and the 99th percentile in microseconds.
+void Sleeps(benchmark::State& state) {
   const auto requested = std::chrono::milliseconds(state.range(0));
-  const Load load(state.range(1));
-  std::vector<double> lateness;
-  for (auto _ : state) {
-    for (int round = 0; round < kRounds; ++round) {
-      const auto start = Clock::now();
-      sleep(requested);
-      lateness.push_back(
-          std::chrono::duration<double, std::micro>(Clock::now() - start - requested).count());
-    }
-  }
-  state.counters["median_us"] = Median(lateness);
-  state.counters["p99_us"] = Percentile99(lateness);
-}
-
-void SleepArguments(benchmark::internal::Benchmark* benchmark) {
-  benchmark->ArgNames({"ms", "busy"});
-  for (const std::int64_t ms : {1, 5, 20}) benchmark->Args({ms, 0});
-  benchmark->Args({5, 2});
-  benchmark->Iterations(1)->Unit(benchmark::kMillisecond);
-}
-
-void SleepTime(benchmark::State& state) {
   IClock* clock = nullptr;
   Volm().factory->GetRelativeClock(&clock);
-  MeasureSleep(state, [clock](std::chrono::milliseconds duration) {
-    const std::uint64_t units = static_cast<std::uint64_t>(duration.count()) * 10'000;
-    clock->SleepTime(units);
-  });
-  clock->Release();
-}
-BENCHMARK(SleepTime)->Apply(SleepArguments);
-
-void StdSleepFor(benchmark::State& state) {
-  MeasureSleep(state,
-               [](std::chrono::milliseconds duration) { std::this_thread::sleep_for(duration); });
-}
-BENCHMARK(StdSleepFor)->Apply(SleepArguments);
-
-void ClockNanosleep(benchmark::State& state) {
-  MeasureSleep(state, [](std::chrono::milliseconds duration) {
-    const timespec request{0, static_cast<long>(duration.count()) * 1'000'000L};
-    clock_nanosleep(CLOCK_MONOTONIC, 0, &request, nullptr);
-  });
-}
-BENCHMARK(ClockNanosleep)->Apply(SleepArguments);
-
-// Arguments: the period in milliseconds, the number of busy processes. `waitOnce` waits for
-// one firing. Reports the mean interval and the median and 99th percentile of how far an
-// interval was from the period.
-template <typename WaitOnce>
-void MeasurePeriodic(benchmark::State& state, WaitOnce&& waitOnce) {
-  const auto period = std::chrono::milliseconds(state.range(0));
-  std::vector<double> intervals;
+  const std::uint64_t units = static_cast<std::uint64_t>(requested.count()) * 10'000;
+  const timespec request{0, static_cast<long>(requested.count()) * 1'000'000L};
+  Way ways[] = {
+      {"SleepTime", [clock, units] { clock->SleepTime(units); }, {}},
+      {"sleep_for", [requested] { std::this_thread::sleep_for(requested); }, {}},
+      {"clock_nanosleep", [&request] { clock_nanosleep(CLOCK_MONOTONIC, 0, &request, nullptr); },
+       {}},
+  };
+  const Load load(state.range(1));
   for (auto _ : state) {
-    waitOnce();
-    auto previous = Clock::now();
-    for (int round = 0; round < kRounds * 4; ++round) {
-      waitOnce();
-      const auto now = Clock::now();
-      intervals.push_back(std::chrono::duration<double, std::micro>(now - previous).count());
-      previous = now;
+    for (int round = 0; round < kRounds; ++round) {
+      for (Way& way : ways) {
+        const auto start = Clock::now();
+        way.waitOnce();
+        way.measured.push_back(
+            std::chrono::duration<double, std::micro>(Clock::now() - start - requested).count());
+      }
     }
   }
-  const double periodUs = std::chrono::duration<double, std::micro>(period).count();
-  std::vector<double> deviation(intervals.size());
-  std::transform(intervals.begin(), intervals.end(), deviation.begin(),
-                 [periodUs](double interval) { return std::abs(interval - periodUs); });
-  state.counters["mean_interval_us"] =
-      std::accumulate(intervals.begin(), intervals.end(), 0.0) /
-      static_cast<double>(intervals.size());
-  state.counters["median_us"] = Median(deviation);
-  state.counters["p99_us"] = Percentile99(deviation);
+  for (const Way& way : ways) {
+    state.counters[std::string(way.name) + "_median_us"] = Median(way.measured);
+    state.counters[std::string(way.name) + "_p99_us"] = Percentile99(way.measured);
+  }
+  clock->Release();
 }
+BENCHMARK(Sleeps)
+    ->ArgNames({"ms", "busy"})
+    ->Args({1, 0})
+    ->Args({5, 0})
+    ->Args({20, 0})
+    ->Args({5, 2})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
-void PeriodicArguments(benchmark::internal::Benchmark* benchmark) {
-  benchmark->ArgNames({"ms", "busy"});
-  benchmark->Args({1, 0})->Args({10, 0})->Args({1, 2})->Args({1, 5});
-  benchmark->Iterations(1)->Unit(benchmark::kMillisecond);
-}
-
-void PeriodicTimerJitter(benchmark::State& state) {
-  const Load load(state.range(1));
+// Arguments: the period in milliseconds, the number of busy processes. The library's
+// periodic timer and the platform's (timerfd, read as a plain program reads it) run side by
+// side and are waited for in turns of kRounds intervals. Reports for each the mean interval
+// and the median and 99th percentile of how far an interval was from the period, in
+// microseconds.
+void PeriodicTimers(benchmark::State& state) {
+  const std::int64_t periodMs = state.range(0);
   IClock* clock = nullptr;
   Volm().factory->GetRelativeClock(&clock);
   IWaitableTimer* timer = nullptr;
   clock->CreateTimer(&timer);
-  timer->SetPeriodic(static_cast<std::uint64_t>(state.range(0)) * 10'000);
-  MeasurePeriodic(state, [timer] {
-    std::int32_t outcome = 0;
-    timer->Wait(VOLM_INFINITE, &outcome);
-  });
+  timer->SetPeriodic(static_cast<std::uint64_t>(periodMs) * 10'000);
+  const int descriptor = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+  const itimerspec setting{{0, periodMs * 1'000'000L}, {0, periodMs * 1'000'000L}};
+  timerfd_settime(descriptor, 0, &setting, nullptr);
+  Way ways[] = {
+      {"timer",
+       [timer] {
+         std::int32_t outcome = 0;
+         timer->Wait(VOLM_INFINITE, &outcome);
+       },
+       {}},
+      {"timerfd",
+       [descriptor] {
+         std::uint64_t expirations = 0;
+         benchmark::DoNotOptimize(read(descriptor, &expirations, sizeof expirations));
+       },
+       {}},
+  };
+  const Load load(state.range(1));
+  for (auto _ : state) {
+    for (int turn = 0; turn < 4; ++turn) {
+      for (Way& way : ways) {
+        // The first wait takes what fired during the other's turn, the second starts on a
+        // firing.
+        way.waitOnce();
+        way.waitOnce();
+        auto previous = Clock::now();
+        for (int round = 0; round < kRounds; ++round) {
+          way.waitOnce();
+          const auto now = Clock::now();
+          way.measured.push_back(std::chrono::duration<double, std::micro>(now - previous).count());
+          previous = now;
+        }
+      }
+    }
+  }
+  const double periodUs = static_cast<double>(periodMs) * 1000.0;
+  for (const Way& way : ways) {
+    std::vector<double> deviation(way.measured.size());
+    std::transform(way.measured.begin(), way.measured.end(), deviation.begin(),
+                   [periodUs](double interval) { return std::abs(interval - periodUs); });
+    state.counters[std::string(way.name) + "_mean_interval_us"] = Mean(way.measured);
+    state.counters[std::string(way.name) + "_median_us"] = Median(deviation);
+    state.counters[std::string(way.name) + "_p99_us"] = Percentile99(deviation);
+  }
+  close(descriptor);
   timer->Cancel();
   timer->Release();
   clock->Release();
 }
-BENCHMARK(PeriodicTimerJitter)->Apply(PeriodicArguments);
-
-// The platform's own periodic timer, read as a plain program would read it.
-void TimerfdJitter(benchmark::State& state) {
-  const Load load(state.range(1));
-  const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-  const long periodNs = static_cast<long>(state.range(0)) * 1'000'000L;
-  const itimerspec setting{{0, periodNs}, {0, periodNs}};
-  timerfd_settime(timer, 0, &setting, nullptr);
-  MeasurePeriodic(state, [timer] {
-    std::uint64_t expirations = 0;
-    benchmark::DoNotOptimize(read(timer, &expirations, sizeof expirations));
-  });
-  close(timer);
-}
-BENCHMARK(TimerfdJitter)->Apply(PeriodicArguments);
+BENCHMARK(PeriodicTimers)
+    ->ArgNames({"ms", "busy"})
+    ->Args({1, 0})
+    ->Args({10, 0})
+    ->Args({1, 2})
+    ->Args({1, 5})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -40,36 +40,46 @@ constexpr Row kTimeRows[] = {
     {"AddSampleAndPublish", "AddSample + Publish", "RawCounterRead", 0},
 };
 
-// Google Benchmark's names of the sleeps and timers: the duration, the busy processes.
+// A way of waiting measured side by side with others in one benchmark run: its counters'
+// prefix, and the prefix of the one it is compared with.
+struct WakeRow {
+  const char* run;
+  const char* prefix;
+  const char* what;
+  const char* baseline;
+  double target;
+};
+
+// Google Benchmark's name of a sleep or timer run: the duration, the busy processes.
 #define VOLM_WAKE(kind, ms, busy) #kind "/ms:" #ms "/busy:" #busy "/iterations:1"
+
 // The target of SleepTime: at most that many us late at the median (-1: no later than
 // sleep_for), and at the 99th percentile no later than sleep_for; 0: none.
-#define VOLM_SLEEP_ROWS(ms, busy, load, target)                                          \
-  {VOLM_WAKE(SleepTime, ms, busy), "SleepTime " #ms " ms" load,                          \
-   VOLM_WAKE(StdSleepFor, ms, busy), target},                                                 \
-      {VOLM_WAKE(StdSleepFor, ms, busy), "std::this_thread::sleep_for " #ms " ms" load,  \
-       nullptr, 0},                                                                      \
-  {                                                                                      \
-    VOLM_WAKE(ClockNanosleep, ms, busy), "clock_nanosleep " #ms " ms" load,              \
-        VOLM_WAKE(StdSleepFor, ms, busy), 0                                              \
+#define VOLM_SLEEP_ROWS(ms, busy, load, target)                                                 \
+  {VOLM_WAKE(Sleeps, ms, busy), "SleepTime", "SleepTime " #ms " ms" load, "sleep_for", target}, \
+      {VOLM_WAKE(Sleeps, ms, busy), "sleep_for", "std::this_thread::sleep_for " #ms " ms" load, \
+       nullptr, 0},                                                                             \
+  {                                                                                             \
+    VOLM_WAKE(Sleeps, ms, busy), "clock_nanosleep", "clock_nanosleep " #ms " ms" load,          \
+        "sleep_for", 0                                                                          \
   }
 
-constexpr Row kLatenessRows[] = {
+constexpr WakeRow kLatenessRows[] = {
     VOLM_SLEEP_ROWS(1, 0, "", 0),
     VOLM_SLEEP_ROWS(5, 0, "", 10),
     VOLM_SLEEP_ROWS(20, 0, "", 0),
     VOLM_SLEEP_ROWS(5, 2, ", 2 busy processes", -1),
 };
 
-#define VOLM_PERIODIC_ROWS(ms, busy, load)                                            \
-  {VOLM_WAKE(PeriodicTimerJitter, ms, busy), "periodic timer " #ms " ms" load,         \
-   VOLM_WAKE(TimerfdJitter, ms, busy), static_cast<double>(ms)},                       \
-  {                                                                                   \
-    VOLM_WAKE(TimerfdJitter, ms, busy), "timerfd " #ms " ms" load, nullptr, 0         \
+// The target is the period in ms.
+#define VOLM_PERIODIC_ROWS(ms, busy, load)                                                    \
+  {VOLM_WAKE(PeriodicTimers, ms, busy), "timer", "periodic timer " #ms " ms" load, "timerfd", \
+   static_cast<double>(ms)},                                                                  \
+  {                                                                                           \
+    VOLM_WAKE(PeriodicTimers, ms, busy), "timerfd", "timerfd " #ms " ms" load, nullptr, 0     \
   }
 
-// The target is the period in ms.
-constexpr Row kPeriodicRows[] = {
+constexpr WakeRow kPeriodicRows[] = {
     VOLM_PERIODIC_ROWS(1, 0, ""),
     VOLM_PERIODIC_ROWS(10, 0, ""),
     VOLM_PERIODIC_ROWS(1, 2, ", 2 busy processes"),
@@ -87,7 +97,8 @@ class Aggregates {
     }
   }
   // The field of one aggregate, 0 if the benchmark did not run (AbslNow without Abseil).
-  [[nodiscard]] double Get(const std::string& run, const char* aggregate, const char* field) const {
+  [[nodiscard]] double Get(const std::string& run, const char* aggregate,
+                           const std::string& field) const {
     const auto found = byName_.find(run + "|" + aggregate);
     return found == byName_.end() ? 0.0 : found->second.value(field, 0.0);
   }
@@ -153,18 +164,21 @@ int RunBench(const ToolOptions& options) {
   std::printf(
       "\n| waking up | median late (us), mean | median | spread (stddev) | p99 late (us), median "
       "| median, p99 ratio to sleep_for | target |\n|---|---:|---:|---:|---:|---:|---|\n");
-  for (const Row& row : kLatenessRows) {
-    const double median = aggregates.Get(row.name, "median", "median_us");
-    const double p99 = aggregates.Get(row.name, "median", "p99_us");
+  for (const WakeRow& row : kLatenessRows) {
+    const auto get = [&](const char* prefix, const char* aggregate, const char* field) {
+      return aggregates.Get(row.run, aggregate, std::string(prefix) + field);
+    };
+    const double median = get(row.prefix, "median", "_median_us");
+    const double p99 = get(row.prefix, "median", "_p99_us");
     std::string ratio;
     std::string target;
     if (row.baseline) {
-      const double baselineMedian = aggregates.Get(row.baseline, "median", "median_us");
-      const double baselineP99 = aggregates.Get(row.baseline, "median", "p99_us");
+      const double baselineMedian = get(row.baseline, "median", "_median_us");
+      const double baselineP99 = get(row.baseline, "median", "_p99_us");
       ratio = Ratio(median, baselineMedian) + ", " + Ratio(p99, baselineP99);
       if (row.target != 0) {
         const double medianLimit = row.target > 0 ? row.target : baselineMedian;
-        char text[64];
+        char text[80];
         std::snprintf(text, sizeof text, "median at most %.1f us, p99 at most %.1f us: %s",
                       medianLimit, baselineP99,
                       median <= medianLimit && p99 <= baselineP99 ? "held" : "MISSED");
@@ -172,25 +186,27 @@ int RunBench(const ToolOptions& options) {
       }
     }
     std::printf("| %s | %.1f | %.1f | %.1f | %.1f | %s | %s |\n", row.what,
-                aggregates.Get(row.name, "mean", "median_us"), median,
-                aggregates.Get(row.name, "stddev", "median_us"), p99, ratio.c_str(),
-                target.c_str());
+                get(row.prefix, "mean", "_median_us"), median,
+                get(row.prefix, "stddev", "_median_us"), p99, ratio.c_str(), target.c_str());
   }
   std::printf(
       "\n| periodic timer | mean interval (us) | median deviation (us) | p99 deviation (us) | "
       "target: mean within 5 us of the period, p99 at most twice timerfd's + 50 us "
       "|\n|---|---:|---:|---:|---|\n");
-  for (const Row& row : kPeriodicRows) {
-    const double mean = aggregates.Get(row.name, "median", "mean_interval_us");
-    const double p99 = aggregates.Get(row.name, "median", "p99_us");
+  for (const WakeRow& row : kPeriodicRows) {
+    const auto get = [&](const char* prefix, const char* field) {
+      return aggregates.Get(row.run, "median", std::string(prefix) + field);
+    };
+    const double mean = get(row.prefix, "_mean_interval_us");
+    const double p99 = get(row.prefix, "_p99_us");
     std::string verdict;
     if (row.baseline) {
       const bool held = std::abs(mean - row.target * 1000.0) <= 5.0 &&
-                        p99 <= 2 * aggregates.Get(row.baseline, "median", "p99_us") + 50.0;
+                        p99 <= 2 * get(row.baseline, "_p99_us") + 50.0;
       verdict = held ? "held" : "MISSED";
     }
     std::printf("| %s | %.1f | %.1f | %.1f | %s |\n", row.what, mean,
-                aggregates.Get(row.name, "median", "median_us"), p99, verdict.c_str());
+                get(row.prefix, "_median_us"), p99, verdict.c_str());
   }
   std::printf("\nmedians over the repetitions unless a column says otherwise\n");
   std::printf("\nfull results: %s\n", json.c_str());

@@ -2,8 +2,8 @@
 
 #include "VolmTime/Core/DurationTicks.h"
 #include "VolmTime/Core/Platform/Counter.h"
-#include "VolmTime/Core/WindowsCounter.h"
 #include "VolmTime/Core/Platform/SystemTime.h"
+#include "VolmTime/Core/WindowsCounter.h"
 #include "VolmTime/WaitableTimer.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ThrowIfFailed.h"
@@ -119,18 +119,21 @@ VolmResult SynchronizedClock::ReadTimeThroughComponents(std::uint64_t* time) noe
   // failure, goes out of line.
   if (fastPath_ != FastPath::kNone) {
     std::uint64_t tick = 0;
-    if (!Core::Platform::ReadTick(tick)) [[unlikely]] return FinishReading(nullptr, time);
+    if (!Core::Platform::ReadTick(tick)) [[unlikely]]
+      return FinishReading(nullptr, time);
     if (fastPath_ == FastPath::kLinear) {
       *time = linear_->TickToTime(tick);
       return VOLM_S_OK;
     }
-    if (piecewise_->TickToTimeInLatestSegment(tick, *time)) [[likely]] return VOLM_S_OK;
+    if (piecewise_->TickToTimeInLatestSegment(tick, *time)) [[likely]]
+      return VOLM_S_OK;
     return FinishReading(&tick, time);
   }
   return FinishReading(nullptr, time);
 }
 
-VolmResult SynchronizedClock::FinishReading(const std::uint64_t* tick, std::uint64_t* time) noexcept {
+VolmResult SynchronizedClock::FinishReading(const std::uint64_t* tick,
+                                            std::uint64_t* time) noexcept {
   std::uint64_t now = 0;
   VolmResult result = VOLM_S_OK;
   if (fastPath_ == FastPath::kNone) {

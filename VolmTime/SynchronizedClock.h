@@ -42,7 +42,8 @@ class SynchronizedClock : public CVolmUnknownImpl1<IClock> {
   VolmResult ReadTime(std::uint64_t* time) noexcept;
   // GetTime's reading where it does not answer inline: `tick` is the counter's reading, null
   // when the counter was not read or failed. Sets `time` on success only.
-  [[gnu::noinline]] VolmResult FinishReading(const std::uint64_t* tick, std::uint64_t* time) noexcept;
+  [[gnu::noinline]] VolmResult FinishReading(const std::uint64_t* tick,
+                                             std::uint64_t* time) noexcept;
   // The tick converted by the core function; on a failure, the whole reading through the
   // components.
   [[gnu::noinline]] VolmResult ConvertThroughCore(std::uint64_t tick, std::uint64_t* time) noexcept;
@@ -63,8 +64,7 @@ class SynchronizedClock : public CVolmUnknownImpl1<IClock> {
   enum class FastPath : unsigned char { kNone, kLinear, kLatestSegment };
   FastPath fastPath_ = FastPath::kNone;
   std::optional<Core::LinearCorrectionFunction<std::uint64_t, std::uint64_t>> linear_;
-  const Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>* piecewise_ =
-      nullptr;
+  const Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>* piecewise_ = nullptr;
 };
 
 }  // namespace VolmTime

@@ -80,7 +80,8 @@ void Sleeps(benchmark::State& state) {
   Way ways[] = {
       {"SleepTime", [clock, units] { clock->SleepTime(units); }, {}},
       {"sleep_for", [requested] { std::this_thread::sleep_for(requested); }, {}},
-      {"clock_nanosleep", [&request] { clock_nanosleep(CLOCK_MONOTONIC, 0, &request, nullptr); },
+      {"clock_nanosleep",
+       [&request] { clock_nanosleep(CLOCK_MONOTONIC, 0, &request, nullptr); },
        {}},
   };
   const Load load(state.range(1));

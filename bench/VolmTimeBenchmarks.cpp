@@ -85,8 +85,8 @@ CounterInfo ReadCounter() {
 // with random gaps of that mean.
 std::vector<std::uint64_t> SampleTicks(std::uint64_t samples, bool evenlySpaced) {
   const CounterInfo counter = ReadCounter();
-  const std::uint64_t step =
-      std::max<std::uint64_t>(1, std::min(counter.frequency / 100'000, counter.now / (samples * 3)));
+  const std::uint64_t step = std::max<std::uint64_t>(
+      1, std::min(counter.frequency / 100'000, counter.now / (samples * 3)));
   std::vector<std::uint64_t> gaps(samples, step);
   if (!evenlySpaced) {
     std::mt19937_64 random(11);

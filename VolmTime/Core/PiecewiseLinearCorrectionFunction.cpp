@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 
-
 namespace VolmTime::Core {
 
 namespace {
@@ -250,8 +249,7 @@ void PiecewiseLinearCorrectionFunction<Tick, Time>::Publish() {
   StoreShared(store_->header.countAndFlags,
               PackCountAndFlags(static_cast<std::uint32_t>(committedCount_), flags),
               std::memory_order_release);
-  StoreShared(store_->header.latestSlot,
-              static_cast<std::uint32_t>(latestSlot_),
+  StoreShared(store_->header.latestSlot, static_cast<std::uint32_t>(latestSlot_),
               std::memory_order_release);
 }
 

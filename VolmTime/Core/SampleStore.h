@@ -74,7 +74,8 @@ struct PublishedHeader {
 // while the store stands still.
 inline constexpr std::uint32_t kStepsAViewSurvives = 7;
 
-[[gnu::always_inline]] inline bool ViewSurvived(const PublishedHeader& before, const PublishedHeader& after) noexcept {
+[[gnu::always_inline]] inline bool ViewSurvived(const PublishedHeader& before,
+                                                const PublishedHeader& after) noexcept {
   if (before == after) return true;
   const std::uint32_t commits = CountOf(after.countAndFlags) - CountOf(before.countAndFlags);
   const std::uint32_t slotSteps = (after.latestSlot - before.latestSlot) & kLatestSlotMask;

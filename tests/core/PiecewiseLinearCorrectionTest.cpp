@@ -200,7 +200,8 @@ TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
   const std::vector<Shape> shapes = {
       {"even", kHistoryCapacity + 100, [] { return std::uint64_t{10'000}; }},
       {"random", 70'000, [&] { return 1 + random() % 20'000; }},
-      {"clustered", 9'000, [&] { return random() % 8 == 0 ? 1 + random() % 1'000'000 : 1 + random() % 3; }},
+      {"clustered", 9'000,
+       [&] { return random() % 8 == 0 ? 1 + random() % 1'000'000 : 1 + random() % 3; }},
       {"short", 1 + random() % 6, [&] { return 1 + random() % 100; }},
   };
   for (const Shape& shape : shapes) {
@@ -222,16 +223,18 @@ TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
     if (samples.size() > window) samples.erase(samples.begin(), samples.end() - window);
 
     const auto expect = [&](bool byTick, std::uint64_t key) {
-      const auto above = std::upper_bound(
-          samples.begin(), samples.end(), key, [byTick](std::uint64_t value, const auto& sample) {
-            return value < (byTick ? sample.tick : sample.time);
-          });
+      const auto above = std::upper_bound(samples.begin(), samples.end(), key,
+                                          [byTick](std::uint64_t value, const auto& sample) {
+                                            return value < (byTick ? sample.tick : sample.time);
+                                          });
       std::string expected = kUndefined;
       if (above != samples.begin() && std::prev(above)->rate != 0.0) {
         const VolmTime::CorrectionSample& s = *std::prev(above);
-        expected = std::to_string(
-            byTick ? s.time + VolmTime::Core::TruncateToUint64(static_cast<double>(key - s.tick) * s.rate)
-                   : s.tick + VolmTime::Core::TruncateToUint64(static_cast<double>(key - s.time) / s.rate));
+        expected =
+            std::to_string(byTick ? s.time + VolmTime::Core::TruncateToUint64(
+                                                 static_cast<double>(key - s.tick) * s.rate)
+                                  : s.tick + VolmTime::Core::TruncateToUint64(
+                                                 static_cast<double>(key - s.time) / s.rate));
       }
       std::string actual;
       try {
@@ -255,14 +258,13 @@ TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
   }
 }
 
-
 // Stores that no writer following the rules leaves behind, or that one leaves for a moment,
 // still get an answer from the slots as they stand, never a retry that can be made to last.
 class StoreAsItStands : public ::testing::Test {
  protected:
   // A reader over a store this test writes byte by byte.
-  class Reader : public VolmTime::Core::PiecewiseLinearCorrectionFunction<std::uint64_t,
-                                                                            std::uint64_t> {
+  class Reader
+      : public VolmTime::Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t> {
    public:
     explicit Reader(VolmTime::SampleStore* store) : PiecewiseLinearCorrectionFunction(false) {
       AttachStore(store);

@@ -205,8 +205,8 @@ int RunBench(const ToolOptions& options) {
                         p99 <= 2 * get(row.baseline, "_p99_us") + 50.0;
       verdict = held ? "held" : "MISSED";
     }
-    std::printf("| %s | %.1f | %.1f | %.1f | %s |\n", row.what, mean,
-                get(row.prefix, "_median_us"), p99, verdict.c_str());
+    std::printf("| %s | %.1f | %.1f | %.1f | %s |\n", row.what, mean, get(row.prefix, "_median_us"),
+                p99, verdict.c_str());
   }
   std::printf("\nmedians over the repetitions unless a column says otherwise\n");
   std::printf("\nfull results: %s\n", json.c_str());

@@ -7,7 +7,7 @@
 
 #include "VolmTime/Core/ICorrectionFunction.h"
 #include "framework/VolmIdentifiers.h"
-#include "framework/VolmInterfaceTraits.h"
+#include "framework/VolmInterfaceIds.h"
 
 #include <cstdint>
 
@@ -20,11 +20,6 @@ class ICorrectionFunction2 : public ICorrectionFunction {
   virtual ~ICorrectionFunction2() = default;
   // The core function, without a reference: valid while the component lives.
   virtual VolmResult GetCoreFunction(VolmTime::Core::CorrectionFunction64** core) = 0;
-};
-
-template <>
-struct VolmInterfaceId<ICorrectionFunction> {
-  static const VolmId& Get() noexcept { return VolmIds().correctionFunction; }
 };
 
 #endif  // VOLMTIME_ICORRECTIONFUNCTION2_H

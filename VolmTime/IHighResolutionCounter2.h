@@ -6,18 +6,13 @@
 
 #include "VolmTime/Core/IHighResolutionCounter.h"
 #include "framework/VolmIdentifiers.h"
-#include "framework/VolmInterfaceTraits.h"
+#include "framework/VolmInterfaceIds.h"
 
 class IHighResolutionCounter2 : public IHighResolutionCounter {
  public:
   virtual ~IHighResolutionCounter2() = default;
   // The core counter, without a reference: valid while the component lives.
   virtual VolmResult GetCoreCounter(VolmTime::Core::IHighResolutionCounter** core) = 0;
-};
-
-template <>
-struct VolmInterfaceId<IHighResolutionCounter> {
-  static const VolmId& Get() noexcept { return VolmIds().highResolutionCounter; }
 };
 
 #endif  // VOLMTIME_IHIGHRESOLUTIONCOUNTER2_H

@@ -10,11 +10,6 @@
 class IPiecewiseLinearCorrection2 : public IPiecewiseLinearCorrection,
                                     public ICorrectionFunction2 {};
 
-template <>
-struct VolmInterfaceId<IPiecewiseLinearCorrection> {
-  static const VolmId& Get() noexcept { return VolmIds().piecewiseLinearCorrection; }
-};
-
 // Two IVolmUnknown bases: the object's identity is the head of the IPiecewiseLinearCorrection
 // table.
 template <>

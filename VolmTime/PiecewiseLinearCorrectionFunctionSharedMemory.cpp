@@ -1,7 +1,7 @@
 #include "VolmTime/PiecewiseLinearCorrectionFunctionSharedMemory.h"
 
 #include "VolmTime/Core/CException.h"
-#include "VolmTime/ModuleState.h"
+#include "VolmTime/Module/ModuleState.h"
 #include "framework/CVolmException.h"
 
 #include <mutex>

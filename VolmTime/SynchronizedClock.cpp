@@ -1,9 +1,9 @@
 #include "VolmTime/SynchronizedClock.h"
 
 #include "VolmTime/Core/DurationTicks.h"
-#include "VolmTime/Core/Platform/Counter.h"
-#include "VolmTime/Core/Platform/SystemTime.h"
 #include "VolmTime/Core/WindowsCounter.h"
+#include "platform/Counter.h"
+#include "platform/SystemTime.h"
 #include "VolmTime/WaitableTimer.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ThrowIfFailed.h"
@@ -58,7 +58,7 @@ VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
     // The usual cores, read without a virtual call and without the prologue of the paths
     // below, which are out of line.
     std::uint64_t tick = 0;
-    if (!Core::Platform::ReadTick(tick)) return ReadTimeThroughComponents(time);
+    if (!Platform::ReadTick(tick)) return ReadTimeThroughComponents(time);
     if (fastPath_ == FastPath::kLinear) {
       *time = linear_->TickToTime(tick);
       return VOLM_S_OK;
@@ -67,7 +67,7 @@ VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
     return ConvertThroughCore(tick, time);
   }
   if (isSystemTime_) {
-    *time = Core::Platform::PreciseSystemTime();
+    *time = Platform::PreciseSystemTime();
     return VOLM_S_OK;
   }
   if (coreCounter_ != nullptr && coreFunction_ != nullptr) {
@@ -119,7 +119,7 @@ VolmResult SynchronizedClock::ReadTimeThroughComponents(std::uint64_t* time) noe
   // failure, goes out of line.
   if (fastPath_ != FastPath::kNone) {
     std::uint64_t tick = 0;
-    if (!Core::Platform::ReadTick(tick)) [[unlikely]]
+    if (!Platform::ReadTick(tick)) [[unlikely]]
       return FinishReading(nullptr, time);
     if (fastPath_ == FastPath::kLinear) {
       *time = linear_->TickToTime(tick);

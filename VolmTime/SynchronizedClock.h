@@ -14,11 +14,6 @@
 
 #include <optional>
 
-template <>
-struct VolmInterfaceId<IClock> {
-  static const VolmId& Get() noexcept { return VolmIds().clock; }
-};
-
 namespace VolmTime {
 
 class SynchronizedClock : public CVolmUnknownImpl1<IClock> {

@@ -1,11 +1,11 @@
 #include "VolmTime/VolmTimeFactory.h"
 
-#include "VolmTime/Core/Platform/SystemTime.h"
+#include "platform/SystemTime.h"
 #include "VolmTime/Core/WindowsCounter.h"
 #include "VolmTime/HighResDriverCounter.h"
 #include "VolmTime/HighResDriverCounterTimerWrapper.h"
 #include "VolmTime/LinearCorrectionFunction.h"
-#include "VolmTime/ModuleState.h"
+#include "VolmTime/Module/ModuleState.h"
 #include "VolmTime/PiecewiseLinearCorrectionFunctionLocal.h"
 #include "VolmTime/PiecewiseLinearCorrectionFunctionSharedMemory.h"
 #include "VolmTime/SynchronizedClock.h"
@@ -19,7 +19,7 @@ namespace VolmTime {
 
 namespace {
 
-constexpr double kTimeUnitsPerSecond = 10'000'000.0;
+constexpr double kTimeUnitsPerSecond = static_cast<double>(VOLM_TIME_UNITS_PER_SECOND);
 
 // Writes `object` with a new reference to `*out`; a null `out` is accepted.
 template <typename Interface, typename Object>
@@ -39,7 +39,7 @@ VolmTimeFactory::VolmTimeFactory() {
   std::uint64_t tick = 0;
   platformCounter->GetFrequency(&frequency);
   platformCounter->GetTick(&tick);
-  const std::uint64_t systemTime = Core::Platform::PreciseSystemTime();
+  const std::uint64_t systemTime = Platform::PreciseSystemTime();
   const double rate = kTimeUnitsPerSecond / static_cast<double>(frequency);
 
   CVolmPtr<LinearCorrectionFunction> relativeCorrection(

@@ -16,15 +16,6 @@
 #include <atomic>
 #include <map>
 
-template <>
-struct VolmInterfaceId<IVolmTimeFactory> {
-  static const VolmId& Get() noexcept { return VolmIds().timeFactory; }
-};
-template <>
-struct VolmInterfaceId<IVolmTimeFactoryAdvanced> {
-  static const VolmId& Get() noexcept { return VolmIds().timeFactoryAdvanced; }
-};
-
 namespace VolmTime {
 
 class PiecewiseLinearCorrectionFunctionSharedMemory;

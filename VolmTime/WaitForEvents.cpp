@@ -1,13 +1,13 @@
 #include "VolmTime/WaitForEvents.h"
 
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/Wait.h"
 
 namespace VolmTime {
 
 VolmResult WaitForEvents::Wait(const VolmHandle* handles, std::uint32_t count, bool waitAll,
                                std::uint32_t timeoutMs, std::uint32_t* outcome) {
   if (outcome == nullptr) return VOLM_E_POINTER;
-  *outcome = Core::Platform::WaitForMany(handles, count, waitAll, timeoutMs);
+  *outcome = Platform::WaitForMany(handles, count, waitAll, timeoutMs);
   return VOLM_S_OK;
 }
 

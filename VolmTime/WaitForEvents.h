@@ -6,11 +6,6 @@
 
 #include "framework/CVolmUnknownImpl.h"
 
-template <>
-struct VolmInterfaceId<IWaitForEvents> {
-  static const VolmId& Get() noexcept { return VolmIds().waitForEvents; }
-};
-
 namespace VolmTime {
 
 class WaitForEvents : public CVolmUnknownImpl1<IWaitForEvents> {

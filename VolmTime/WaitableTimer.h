@@ -10,11 +10,6 @@
 #include "framework/CVolmPtr.h"
 #include "framework/CVolmUnknownImpl.h"
 
-template <>
-struct VolmInterfaceId<IWaitableTimer> {
-  static const VolmId& Get() noexcept { return VolmIds().waitableTimer; }
-};
-
 namespace VolmTime {
 
 class WaitableTimer : public CVolmUnknownImpl1<IWaitableTimer> {

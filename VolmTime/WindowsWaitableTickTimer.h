@@ -13,11 +13,6 @@
 
 #include <memory>
 
-template <>
-struct VolmInterfaceId<IWaitableTickTimer> {
-  static const VolmId& Get() noexcept { return VolmIds().waitableTickTimer; }
-};
-
 namespace VolmTime {
 
 class WindowsWaitableTickTimer : public CVolmUnknownImpl1<IWaitableTickTimer> {

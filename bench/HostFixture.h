@@ -4,7 +4,7 @@
 
 #include <VolmTime/VolmTime.h>
 
-#include "tools/common/DynamicLibrary.h"
+#include "tools/common/HostTimeBase.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,22 +18,15 @@ struct LoadedVolmTime {
     return other != nullptr && *other != '\0' ? other : VOLM_LIBRARY_FILE;
   }
 
-  LoadedVolmTime() : library(File()) {
-    auto createInstance = library.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
-    void* object = nullptr;
-    if (createInstance == nullptr || createInstance(CLSID_VolmTimeFactory, &object) != VOLM_S_OK) {
-      std::fprintf(stderr, "cannot load %s: %s\n", File(), library.Error().c_str());
+  LoadedVolmTime() : base(File()), factory(base.Factory()) {
+    if (!base.IsReady()) {
+      std::fprintf(stderr, "%s\n", base.Error().c_str());
       std::abort();
     }
-    factory = static_cast<IVolmTimeFactory*>(object);
-    factory->AddRef();
     factory->QueryInterface(IID_IVolmTimeFactoryAdvanced, reinterpret_cast<void**>(&advanced));
   }
-  ~LoadedVolmTime() {
-    advanced->Release();
-    factory->Release();
-  }
-  DynamicLibrary library;
+  ~LoadedVolmTime() { advanced->Release(); }
+  HostTimeBase base;
   IVolmTimeFactory* factory = nullptr;
   IVolmTimeFactoryAdvanced* advanced = nullptr;
 };

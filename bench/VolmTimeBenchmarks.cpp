@@ -107,7 +107,8 @@ IPiecewiseLinearCorrection* SharedFunction(const std::string& name,
                                            const std::vector<std::uint64_t>& ticks) {
   IPiecewiseLinearCorrection* writer = nullptr;
   Volm().advanced->CreateSharedMemoryCorrection(WideName(name).c_str(), &writer);
-  const double rate = 10'000'000.0 / static_cast<double>(ReadCounter().frequency);
+  const double rate = static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) /
+                      static_cast<double>(ReadCounter().frequency);
   for (std::size_t i = 0; i < ticks.size(); ++i) {
     writer->AddSample(ticks[i], rate, 1'000'000'000 + i * 10'000);
   }

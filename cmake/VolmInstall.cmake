@@ -42,3 +42,18 @@ install(FILES ${PROJECT_BINARY_DIR}/VolmTime.pc DESTINATION ${volm_pc_dir})
 if(TARGET volmtime)
   install(TARGETS volmtime RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
+
+if(TARGET volmtime_python)
+  # The Python module and its stubs where Debian's python3 looks: lib/python3/dist-packages
+  # below /usr (the Debian package, `--prefix /usr`), lib/python3.X/dist-packages below any
+  # other prefix (/usr/local is on Debian's path; elsewhere add the folder to PYTHONPATH).
+  # Chosen at install time, since cpack installs below /usr whatever the configured prefix.
+  install(CODE "
+    if(CMAKE_INSTALL_PREFIX MATCHES \"/usr/?$\")
+      set(volm_python_dir \"\${CMAKE_INSTALL_PREFIX}/lib/python3/dist-packages\")
+    else()
+      set(volm_python_dir \"\${CMAKE_INSTALL_PREFIX}/lib/python${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}/dist-packages\")
+    endif()
+    file(INSTALL \"$<TARGET_FILE:volmtime_python>\" \"${PROJECT_SOURCE_DIR}/python/volmtime.pyi\"
+         DESTINATION \"\${volm_python_dir}\")")
+endif()

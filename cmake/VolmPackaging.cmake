@@ -18,7 +18,13 @@ else()
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION libs)
   set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-      "The shared library, its headers, CMake and pkg-config files, and the volmtime tool.")
+      "The shared library, its headers, CMake and pkg-config files, the volmtime tool and the volmtime Python module.")
+  if(TARGET volmtime_python)
+    # The module is built for one Python version.
+    math(EXPR volm_python_next_minor "${Python3_VERSION_MINOR} + 1")
+    set(CPACK_DEBIAN_PACKAGE_SUGGESTS
+        "python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}~), python3 (<< ${Python3_VERSION_MAJOR}.${volm_python_next_minor})")
+  endif()
   # Dependencies from the binaries' own needs; shlibs and the ldconfig trigger for the library.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)

@@ -47,7 +47,7 @@ int main(int argc, char** argv) {
       Check(counter->GetFrequency(&frequency), counter.Get(), "GetFrequency");
       Check(counter->GetTick(&tick), counter.Get(), "GetTick");
       Check(system->GetTime(&time), system.Get(), "reading the system clock");
-      Check(writer->AddSample(tick, 10'000'000.0 / static_cast<double>(frequency), time),
+      Check(writer->AddSample(tick, static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) / static_cast<double>(frequency), time),
             writer.Get(), "AddSample");
       Check(writer->Publish(), writer.Get(), "Publish");
     }

@@ -7,11 +7,6 @@
 #include "framework/CVolmWideCharString.h"
 #include "framework/WideText.h"
 
-template <>
-struct VolmInterfaceId<IVolmError> {
-  static const VolmId& Get() noexcept { return VolmIds().volmError; }
-};
-
 class CVolmError : public CVolmUnknownImpl1<IVolmError> {
  public:
   CVolmError(VolmResult code, WideStringView text);

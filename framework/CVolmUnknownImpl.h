@@ -7,7 +7,7 @@
 
 #include "framework/LiveObjects.h"
 #include "framework/VolmIdentifiers.h"
-#include "framework/VolmInterfaceTraits.h"
+#include "framework/VolmInterfaceIds.h"
 
 #include <atomic>
 #include <cstdint>

@@ -5,11 +5,6 @@
 #include "framework/CVolmUnknownImpl.h"
 #include "framework/WideText.h"
 
-template <>
-struct VolmInterfaceId<IVolmWideCharString> {
-  static const VolmId& Get() noexcept { return VolmIds().volmWideCharString; }
-};
-
 class CVolmWideCharString : public CVolmUnknownImpl1<IVolmWideCharString> {
  public:
   CVolmWideCharString() = default;

@@ -1,6 +1,6 @@
 #include "framework/ErrorText.h"
 
-#include "VolmTime/Core/Platform/SystemMessage.h"
+#include "platform/SystemMessage.h"
 
 #include <string_view>
 
@@ -38,7 +38,7 @@ WideString CollapseMessageBlanks(WideStringView raw) {
 void GetSystemErrorText(VolmResult code, WideString& text) {
   text.clear();
   WideString raw;
-  if (VolmTime::Core::Platform::SystemMessageText(SystemMessageId(code), raw)) {
+  if (VolmTime::Platform::SystemMessageText(SystemMessageId(code), raw)) {
     text = CollapseMessageBlanks(raw);
   }
   if (text.empty()) text = VOLM_TEXT("Unknown error code");

@@ -6,7 +6,7 @@
 
 #include <VolmTime/IVolmUnknown.h>
 
-// Specialised next to each interface that is answered by identifier.
+// Specialised for every interface answered by identifier in framework/VolmInterfaceIds.h.
 template <typename I>
 struct VolmInterfaceId;
 

@@ -7,6 +7,7 @@ packages=(
   cmake ninja-build g++ python3 pkg-config dpkg-dev
   libboost-dev libgtest-dev libgmock-dev googletest libbenchmark-dev libabsl-dev
   libcli11-dev nlohmann-json3-dev libxml2-utils
+  pybind11-dev python3-dev python3-pytest
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libfuzzer-14-dev libclang-rt-14-dev
 )

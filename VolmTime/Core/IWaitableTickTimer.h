@@ -3,7 +3,7 @@
 #ifndef VOLMTIME_CORE_IWAITABLETICKTIMER_H
 #define VOLMTIME_CORE_IWAITABLETICKTIMER_H
 
-#include "VolmTime/Core/Platform/PlatformTypes.h"
+#include "platform/PlatformTypes.h"
 
 #include <cstdint>
 

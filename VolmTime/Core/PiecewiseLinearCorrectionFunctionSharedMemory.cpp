@@ -2,6 +2,9 @@
 
 #include "VolmTime/Core/CException.h"
 
+#include <chrono>
+#include <thread>
+
 namespace VolmTime::Core {
 
 namespace {
@@ -16,6 +19,21 @@ std::string UpToFirstNul(const std::string& name) { return name.substr(0, name.f
   message += WidenBytes(reason);
   message += VOLM_TEXT(").");
   throw CException(message);
+}
+
+// A writer's mapping starts zero-filled and gets its version when the writer resets it, a
+// moment after creating it: a reader that opens it in between sees 0. Such a store is given a
+// short while to be set up; any other version is another layout at once.
+constexpr auto kSetupPatience = std::chrono::milliseconds(250);
+
+bool HasCurrentLayout(const SampleStore& store) {
+  const auto deadline = std::chrono::steady_clock::now() + kSetupPatience;
+  for (;;) {
+    const std::uint32_t version = LoadShared(store.header.version, std::memory_order_acquire);
+    if (version != 0 || std::chrono::steady_clock::now() >= deadline)
+      return version == kSampleStoreVersion;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 }  // namespace
@@ -49,8 +67,7 @@ PiecewiseLinearCorrectionFunctionSharedMemory<
       mapping_(Map(UpToFirstNul(name), isWriter)),
       name_(UpToFirstNul(name)) {
   auto* store = static_cast<SampleStore*>(mapping_.Address());
-  if (!isWriter &&
-      LoadShared(store->header.version, std::memory_order_acquire) != kSampleStoreVersion) {
+  if (!isWriter && !HasCurrentLayout(*store)) {
     throw CException(VOLM_TEXT("Memory layout version mismatch."));
   }
   this->AttachStore(store);

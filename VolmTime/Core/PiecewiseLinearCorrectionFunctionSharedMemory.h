@@ -5,7 +5,7 @@
 
 #include "VolmTime/Core/ICorrectionFunctionEventsListener.h"
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunction.h"
-#include "VolmTime/Core/Platform/SharedMemory.h"
+#include "platform/SharedMemory.h"
 
 #include <string>
 
@@ -18,7 +18,8 @@ class PiecewiseLinearCorrectionFunctionSharedMemory
   // A writer creates the named store (or takes over an existing one) and publishes an empty
   // function; a reader opens an existing store read-only. Throws CException with
   // "The shared memory >name< is not available (reason)." or, for a reader of a store of
-  // another layout, "Memory layout version mismatch.".
+  // another layout, "Memory layout version mismatch.". A reader that finds the version still
+  // 0, as a writer leaves it for a moment after creating the store, waits up to 250 ms for it.
   PiecewiseLinearCorrectionFunctionSharedMemory(const std::string& name, bool isWriter);
   // Tells the listener first, then lets go of the store.
   ~PiecewiseLinearCorrectionFunctionSharedMemory() override;

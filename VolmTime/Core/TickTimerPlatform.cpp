@@ -1,8 +1,8 @@
 #include "VolmTime/Core/TickTimerPlatform.h"
 
-#include "VolmTime/Core/Platform/Event.h"
-#include "VolmTime/Core/Platform/Timer.h"
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/Event.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
 
 namespace VolmTime::Core {
 

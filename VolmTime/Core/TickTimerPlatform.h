@@ -3,7 +3,7 @@
 #ifndef VOLMTIME_CORE_TICKTIMERPLATFORM_H
 #define VOLMTIME_CORE_TICKTIMERPLATFORM_H
 
-#include "VolmTime/Core/Platform/ScopedHandle.h"
+#include "platform/ScopedHandle.h"
 
 #include <cstdint>
 

@@ -1,5 +1,7 @@
 #include "VolmTime/Core/TimerArithmetic.h"
 
+#include <VolmTime/VolmTypes.h>
+
 #include <cmath>
 #include <limits>
 
@@ -22,7 +24,7 @@ Signed TruncateToSigned(double value) noexcept {
 }  // namespace
 
 double TicksToTimeUnits(std::uint64_t frequency, std::uint64_t ticks) noexcept {
-  const double factor = 10'000'000.0 / static_cast<double>(frequency);
+  const double factor = static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) / static_cast<double>(frequency);
   return factor * static_cast<double>(ticks);
 }
 

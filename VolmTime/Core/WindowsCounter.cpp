@@ -2,10 +2,10 @@
 
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/IWaitableTickTimer.h"
-#include "VolmTime/Core/Platform/Counter.h"
-#include "VolmTime/Core/Platform/Thread.h"
-#include "VolmTime/Core/Platform/Timer.h"
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/Counter.h"
+#include "platform/Thread.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
 
 #include <algorithm>
 #include <limits>

@@ -14,6 +14,8 @@
 //   The view stays intact while the writer appends fewer than 16 samples: the latest ring
 //   holds 16 samples, and a full window skips the 17 history slots written next.
 // - Readers map the store read-only and never write it.
+// - A new store is zero-filled until its writer sets up the header; the library's readers
+//   wait up to 250 ms for a version of 0 to change.
 // On Linux every process that holds a store keeps an open-file-description read lock
 // (F_OFD_SETLK) on byte 0 of the shared-memory object while it holds it; a store nobody
 // locks so is abandoned, and the library's next writer sets it up anew. Whoever opens a

@@ -19,6 +19,9 @@ inline constexpr VolmResult VOLM_E_POINTER = 0x80004003u;
 inline constexpr VolmResult VOLM_E_FAIL = 0x80004005u;
 inline constexpr VolmResult VOLM_CLASS_E_CLASSNOTAVAILABLE = 0x80040111u;
 
+// Times, due times and durations are counted in 100-nanosecond units.
+inline constexpr std::uint64_t VOLM_TIME_UNITS_PER_SECOND = 10'000'000u;
+
 constexpr bool VolmSucceeded(VolmResult result) noexcept { return (result & 0x80000000u) == 0; }
 constexpr bool VolmFailed(VolmResult result) noexcept { return !VolmSucceeded(result); }
 

@@ -1,8 +1,8 @@
 // Clocks over the platform counter with the usual functions answer in GetTime itself; a
 // reading that this cannot answer (a tick before the latest sample, a failed counter read)
 // must end as the general path ends it.
-#include "VolmTime/Core/Platform/Counter.h"
-#include "VolmTime/Core/Platform/FaultInjection.h"
+#include "platform/Counter.h"
+#include "platform/FaultInjection.h"
 #include "VolmTime/VolmTimeFactory.h"
 #include "framework/CVolmPtr.h"
 #include "framework/WideText.h"
@@ -16,11 +16,11 @@
 namespace {
 
 using VolmTime::VolmTimeFactory;
-using VolmTime::Core::Platform::Faults;
+using VolmTime::Platform::Faults;
 
 std::uint64_t Tick() {
   std::uint64_t tick = 0;
-  EXPECT_TRUE(VolmTime::Core::Platform::ReadTick(tick));
+  EXPECT_TRUE(VolmTime::Platform::ReadTick(tick));
   return tick;
 }
 

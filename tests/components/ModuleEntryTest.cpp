@@ -1,9 +1,9 @@
 // The factory slot behind CreateInstance: one factory at a time, never a dying one, and
 // nothing left behind when building one fails.
 #include "VolmTime/Core/CException.h"
-#include "VolmTime/Core/Platform/FaultInjection.h"
-#include "VolmTime/ModuleEntry.h"
-#include "VolmTime/ModuleState.h"
+#include "platform/FaultInjection.h"
+#include "VolmTime/Module/ModuleEntry.h"
+#include "VolmTime/Module/ModuleState.h"
 #include "VolmTime/VolmTimeFactory.h"
 #include "framework/LiveObjects.h"
 
@@ -24,7 +24,7 @@ IVolmTimeFactory* Factory() {
 
 TEST(ModuleEntry, FailedConstructionLeavesNoLockHeldAndNothingAlive) {
   const std::uint32_t live = GetLiveObjectCount();
-  VolmTime::Core::Platform::Faults().failFrequencyReads = 1;
+  VolmTime::Platform::Faults().failFrequencyReads = 1;
   void* object = reinterpret_cast<void*>(0x1);
   try {
     CreateFactoryInstance(VolmIds().timeFactoryClass, &object);

@@ -1,6 +1,6 @@
 // Named synchronized clocks: one reader function per name and process, forgotten when its
 // last holder lets go, and never handed out while it is being destroyed.
-#include "VolmTime/ModuleState.h"
+#include "VolmTime/Module/ModuleState.h"
 #include "VolmTime/PiecewiseLinearCorrectionFunctionSharedMemory.h"
 #include "VolmTime/VolmTimeFactory.h"
 #include "framework/CVolmPtr.h"

@@ -4,7 +4,7 @@
 // waiting on other processes.
 #if defined(__linux__)
 
-#include "VolmTime/ModuleState.h"
+#include "VolmTime/Module/ModuleState.h"
 #include "VolmTime/VolmTimeFactory.h"
 #include "framework/CVolmPtr.h"
 

@@ -2,9 +2,9 @@
 // where every truncation shows.
 #include "../core/CounterDoubles.h"
 
-#include "VolmTime/Core/Platform/Event.h"
-#include "VolmTime/Core/Platform/Timer.h"
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/Event.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
 #include "VolmTime/Core/TimerArithmetic.h"
 #include "VolmTime/HighResDriverCounter.h"
 #include "VolmTime/LinearCorrectionFunction.h"
@@ -19,28 +19,28 @@
 namespace {
 
 using namespace VolmTime;
-using Core::Platform::NativeHandle;
+using Platform::NativeHandle;
 
 class ArmingRecorder : public Core::ITickTimerPlatform {
  public:
-  Core::Platform::UniqueHandle CreateAutoResetTimer() override {
-    return Core::Platform::CreateWaitableTimer(false);
+  Platform::UniqueHandle CreateAutoResetTimer() override {
+    return Platform::CreateWaitableTimer(false);
   }
-  Core::Platform::UniqueHandle CreateAutoResetEvent() override {
-    return Core::Platform::CreateAutoResetEvent();
+  Platform::UniqueHandle CreateAutoResetEvent() override {
+    return Platform::CreateAutoResetEvent();
   }
   bool ArmTimer(NativeHandle, std::int64_t dueTime, std::int32_t periodMs) override {
     armings.push_back({dueTime, periodMs});
     return true;
   }
   bool CancelTimer(NativeHandle timer) override {
-    return Core::Platform::CancelWaitableTimer(timer);
+    return Platform::CancelWaitableTimer(timer);
   }
-  bool SetEvent(NativeHandle event) override { return Core::Platform::SetEvent(event); }
-  bool ResetEvent(NativeHandle event) override { return Core::Platform::ResetEvent(event); }
+  bool SetEvent(NativeHandle event) override { return Platform::SetEvent(event); }
+  bool ResetEvent(NativeHandle event) override { return Platform::ResetEvent(event); }
   std::uint32_t WaitForAny(const NativeHandle* handles, std::uint32_t count,
                            std::uint32_t timeoutMs) override {
-    return Core::Platform::WaitForMany(handles, count, false, timeoutMs);
+    return Platform::WaitForMany(handles, count, false, timeoutMs);
   }
   std::vector<Core::TimerArming> armings;
 };

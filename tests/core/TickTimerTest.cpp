@@ -15,6 +15,7 @@
 namespace {
 
 using namespace VolmTime::Core;
+namespace Platform = VolmTime::Platform;
 using Platform::NativeHandle;
 
 // A core counter that only reports a frequency.

@@ -1,6 +1,6 @@
 // The platform counter as a core object, on the real platform.
 #include "VolmTime/Core/CException.h"
-#include "VolmTime/Core/Platform/FaultInjection.h"
+#include "platform/FaultInjection.h"
 #include "VolmTime/Core/WindowsCounter.h"
 
 #include "tests/support/ErrorTexts.h"
@@ -14,7 +14,7 @@ namespace {
 using VolmTime::Core::CException;
 using VolmTime::Core::SleepDueTime;
 using VolmTime::Core::WindowsCounter;
-using VolmTime::Core::Platform::Faults;
+using VolmTime::Platform::Faults;
 
 TEST(WindowsCounter, AnswersAsThePlatformCounter) {
   WindowsCounter counter;

@@ -9,7 +9,7 @@
 //                                         reader in turn; exit 1 if a view is smaller than
 //                                         SIZE or not set up, or an opening fails for any
 //                                         reason but a missing name, 0 otherwise
-#include "VolmTime/Core/Platform/SharedMemory.h"
+#include "platform/SharedMemory.h"
 
 #include <atomic>
 #include <chrono>
@@ -21,8 +21,8 @@
 
 namespace {
 
-using VolmTime::Core::Platform::SharedMemoryError;
-using VolmTime::Core::Platform::SharedMemoryMapping;
+using VolmTime::Platform::SharedMemoryError;
+using VolmTime::Platform::SharedMemoryMapping;
 using Clock = std::chrono::steady_clock;
 
 bool Exists(const std::string& name) {

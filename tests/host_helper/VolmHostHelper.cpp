@@ -15,7 +15,7 @@
 //                             read well at the end; 1 if it went back, 3 on other failures
 #include <VolmTime/VolmTime.h>
 
-#include "tools/common/DynamicLibrary.h"
+#include "tools/common/HostTimeBase.h"
 
 #include <chrono>
 #include <cstdio>
@@ -198,18 +198,10 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: volm_host_helper write|reset|expect|clock NAME ...\n");
     return 64;
   }
-  DynamicLibrary library(VOLM_LIBRARY_FILE);
-  if (!library.IsLoaded()) {
-    std::fprintf(stderr, "%s\n", library.Error().c_str());
+  const HostTimeBase timeBase(VOLM_LIBRARY_FILE);
+  if (!timeBase.IsReady()) {
+    std::fprintf(stderr, "%s\n", timeBase.Error().c_str());
     return 5;
   }
-  auto createInstance = library.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
-  void* object = nullptr;
-  if (createInstance == nullptr || createInstance(CLSID_VolmTimeFactory, &object) != VOLM_S_OK)
-    return 5;
-  auto* factory = static_cast<IVolmTimeFactory*>(object);
-  factory->AddRef();
-  const int result = Run(factory, argc, argv);
-  factory->Release();
-  return result;
+  return Run(timeBase.Factory(), argc, argv);
 }

@@ -1,7 +1,7 @@
 // The tick counter and the system time.
-#include "VolmTime/Core/Platform/Counter.h"
-#include "VolmTime/Core/Platform/FaultInjection.h"
-#include "VolmTime/Core/Platform/SystemTime.h"
+#include "platform/Counter.h"
+#include "platform/FaultInjection.h"
+#include "platform/SystemTime.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 TEST(Counter, TicksGrowAtTheReportedFrequency) {
   std::uint64_t frequency = 0;

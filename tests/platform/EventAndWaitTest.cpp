@@ -1,9 +1,9 @@
 // Auto-reset events and waits on one or several handles, with the outcomes of the Win32 wait
 // functions on both platforms.
-#include "VolmTime/Core/Platform/Event.h"
-#include "VolmTime/Core/Platform/FaultInjection.h"
-#include "VolmTime/Core/Platform/Timer.h"
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/Event.h"
+#include "platform/FaultInjection.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
 
 #include "tests/support/HostEvent.h"
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::int64_t kUnitsPerMs = 10'000;

@@ -2,9 +2,9 @@
 // timer handles in its own poll loop. Windows has no such descriptors.
 #if defined(__linux__)
 
-#include "VolmTime/Core/Platform/Event.h"
-#include "VolmTime/Core/Platform/Timer.h"
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/Event.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 constexpr std::int64_t kUnitsPerMs = 10'000;
 

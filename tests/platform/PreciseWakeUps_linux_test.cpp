@@ -3,7 +3,7 @@
 // its own setting back afterwards, also when that setting was not the default.
 #if defined(__linux__)
 
-#include "VolmTime/Core/Platform/Thread.h"
+#include "platform/Thread.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-using VolmTime::Core::Platform::PreciseWakeUps;
+using VolmTime::Platform::PreciseWakeUps;
 
 int Slack() { return ::prctl(PR_GET_TIMERSLACK, 0, 0, 0, 0); }
 

@@ -1,5 +1,5 @@
 // Named shared memory between processes, with a helper program as the other process.
-#include "VolmTime/Core/Platform/SharedMemory.h"
+#include "platform/SharedMemory.h"
 
 #include "tests/support/UniqueName.h"
 #include "tools/common/ChildProcess.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 constexpr std::size_t kSize = 1 << 20;
 constexpr std::uint32_t kProcessTimeoutMs = 20'000;

@@ -2,7 +2,7 @@
 // mappings in the kernel's object namespace, where nothing is left to look at.
 #if defined(__linux__)
 
-#include "VolmTime/Core/Platform/SharedMemory.h"
+#include "platform/SharedMemory.h"
 
 #include "tests/support/UniqueName.h"
 #include "tools/common/ChildProcess.h"
@@ -21,7 +21,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 constexpr std::size_t kSize = 1 << 16;
 

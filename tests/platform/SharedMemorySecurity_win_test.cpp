@@ -2,7 +2,7 @@
 // promises is in SharedMemoryFiles_linux_test.cpp.
 #if defined(_WIN32)
 
-#include "VolmTime/Core/Platform/SharedMemory.h"
+#include "platform/SharedMemory.h"
 
 #include "tests/support/UniqueName.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 constexpr std::size_t kSize = 1 << 16;
 

@@ -1,6 +1,6 @@
 // Named shared memory within one process: creating, opening, sharing bytes, lifetime.
-#include "VolmTime/Core/Platform/FaultInjection.h"
-#include "VolmTime/Core/Platform/SharedMemory.h"
+#include "platform/FaultInjection.h"
+#include "platform/SharedMemory.h"
 
 #include "tests/support/UniqueName.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 constexpr std::size_t kSize = 1 << 20;
 

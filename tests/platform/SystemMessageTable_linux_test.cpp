@@ -3,7 +3,7 @@
 // own and lacks some codes, so the Windows build run under Wine cannot check them.)
 #if defined(__linux__)
 
-#include "VolmTime/Core/Platform/SystemMessage.h"
+#include "platform/SystemMessage.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 std::string Narrow(const WideString& text) {
   std::string narrow;

@@ -1,12 +1,12 @@
 // The platform's message texts from which error texts are made by normalising their blanks
 // and line breaks.
-#include "VolmTime/Core/Platform/SystemMessage.h"
+#include "platform/SystemMessage.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 // Codes for which every message table has a text, Wine's too.
 constexpr std::uint32_t kCommonCodes[] = {0x00000000u, 0x00000002u, 0x00000005u,

@@ -4,8 +4,8 @@
 // in a test, so the kernel's own account of the timers (/proc/self/fdinfo) is read instead.
 #if defined(__linux__)
 
-#include "VolmTime/Core/Platform/SystemTime.h"
-#include "VolmTime/Core/Platform/Timer.h"
+#include "platform/SystemTime.h"
+#include "platform/Timer.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 constexpr std::int64_t kUnitsPerMs = 10'000;
 

@@ -1,9 +1,9 @@
 // Waitable timers: relative, absolute and periodic arming, manual and auto reset, re-arming
 // while a thread waits, and cancelling.
-#include "VolmTime/Core/Platform/FaultInjection.h"
-#include "VolmTime/Core/Platform/SystemTime.h"
-#include "VolmTime/Core/Platform/Timer.h"
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/FaultInjection.h"
+#include "platform/SystemTime.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::int64_t kUnitsPerMs = 10'000;

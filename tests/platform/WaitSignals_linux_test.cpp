@@ -2,8 +2,8 @@
 // Windows waits have no such interruption.
 #if defined(__linux__)
 
-#include "VolmTime/Core/Platform/Timer.h"
-#include "VolmTime/Core/Platform/Wait.h"
+#include "platform/Timer.h"
+#include "platform/Wait.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-using namespace VolmTime::Core::Platform;
+using namespace VolmTime::Platform;
 
 constexpr std::int64_t kUnitsPerMs = 10'000;
 

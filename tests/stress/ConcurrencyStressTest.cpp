@@ -1,6 +1,6 @@
 // Many threads at once on every kind of object, bounded in time: nothing races (the
 // sanitizer builds watch), nothing fails, nothing is left alive.
-#include "VolmTime/ModuleEntry.h"
+#include "VolmTime/Module/ModuleEntry.h"
 #include "VolmTime/VolmTimeFactory.h"
 #include "framework/CVolmPtr.h"
 #include "framework/LiveObjects.h"

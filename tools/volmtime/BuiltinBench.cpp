@@ -81,7 +81,7 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
   Ref<IPiecewiseLinearCorrection> writer;
   Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(name).c_str(), writer.Out()),
         factory, "creating a shared function");
-  writer->AddSample(now, 10'000'000.0 / static_cast<double>(frequency), 1'000'000);
+  writer->AddSample(now, static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) / static_cast<double>(frequency), 1'000'000);
   writer->Publish();
   Ref<IClock> named;
   Check(factory->CreateSynchronizedClock(Widen(name).c_str(), named.Out()), factory,

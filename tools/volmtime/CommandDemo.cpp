@@ -90,7 +90,7 @@ int RunDemo(const ToolOptions& options) {
   Check(clock->CreateTimer(timer.Out()), clock.Get(), "CreateTimer");
   std::uint64_t armedAt = 0;
   Check(clock->GetTime(&armedAt), clock.Get(), "reading the named clock");
-  const std::uint64_t due = armedAt + 10'000'000;
+  const std::uint64_t due = armedAt + VOLM_TIME_UNITS_PER_SECOND;
   Check(timer->SetAbsolute(due), timer.Get(), "SetAbsolute");
   std::int32_t outcome = 1;
   Check(timer->Wait(10'000, &outcome), timer.Get(), "Wait");

@@ -45,24 +45,13 @@ std::string TextOf(IVolmWideCharString* text) {
 
 }  // namespace
 
-Library::Library() : library_(LibraryPath()) {
-  if (!library_.IsLoaded())
-    throw LibraryError("cannot load " + LibraryPath() + ": " + library_.Error());
-  auto createInstance = library_.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
-  if (createInstance == nullptr) throw LibraryError(LibraryPath() + " has no CreateInstance");
-  void* object = nullptr;
-  const VolmResult result = createInstance(CLSID_VolmTimeFactory, &object);
-  if (result != VOLM_S_OK) throw LibraryError("CreateInstance failed");
-  factory_ = static_cast<IVolmTimeFactory*>(object);
-  factory_->AddRef();
-  Check(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()), factory_,
+Library::Library() : base_(LibraryPath()) {
+  if (!base_.IsReady()) throw LibraryError(base_.Error());
+  Check(Factory()->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()), Factory(),
         "asking the factory for its advanced interface");
 }
 
-Library::~Library() {
-  advanced_.Reset();
-  if (factory_ != nullptr) factory_->Release();
-}
+Library::~Library() { advanced_.Reset(); }
 
 void Check(VolmResult result, IVolmUnknown* source, const std::string& what) {
   if (VolmSucceeded(result)) return;

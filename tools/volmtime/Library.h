@@ -5,7 +5,7 @@
 
 #include <VolmTime/VolmTime.h>
 
-#include "tools/common/DynamicLibrary.h"
+#include "tools/common/HostTimeBase.h"
 #include "tools/common/Ref.h"
 
 #include <stdexcept>
@@ -29,12 +29,11 @@ class Library {
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  [[nodiscard]] IVolmTimeFactory* Factory() const { return factory_; }
+  [[nodiscard]] IVolmTimeFactory* Factory() const { return base_.Factory(); }
   [[nodiscard]] IVolmTimeFactoryAdvanced* Advanced() const { return advanced_.Get(); }
 
  private:
-  DynamicLibrary library_;
-  IVolmTimeFactory* factory_ = nullptr;
+  HostTimeBase base_;
   Ref<IVolmTimeFactoryAdvanced> advanced_;
 };
 

@@ -1,10 +1,12 @@
 #include "StoreAnalysis.h"
 
+#include <VolmTime/VolmTypes.h>
+
 #include <algorithm>
 #include <cmath>
 
 double NominalRate(std::uint64_t frequency) {
-  return 10'000'000.0 / static_cast<double>(frequency);
+  return static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) / static_cast<double>(frequency);
 }
 
 double RatePpm(double rate, double nominalRate) { return (rate / nominalRate - 1.0) * 1e6; }

@@ -1,10 +1,12 @@
 #include "TimeFormat.h"
 
+#include <VolmTime/VolmTypes.h>
+
 #include <chrono>
 #include <cstdio>
 
 namespace {
-constexpr std::uint64_t kUnitsPerSecond = 10'000'000;
+constexpr std::uint64_t kUnitsPerSecond = VOLM_TIME_UNITS_PER_SECOND;
 constexpr std::uint64_t kSecondsFrom1601To1970 = 11'644'473'600;
 }  // namespace
 
@@ -52,7 +54,7 @@ std::string FormatOffsetUs(std::int64_t units) {
 std::string Timestamp() {
   constexpr std::uint64_t kUnitsFrom1601To1970 = kSecondsFrom1601To1970 * kUnitsPerSecond;
   const auto sinceUnixEpoch =
-      std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
+      std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, VOLM_TIME_UNITS_PER_SECOND>>>(
           std::chrono::system_clock::now().time_since_epoch());
   return FormatSystemTime(kUnitsFrom1601To1970 +
                           static_cast<std::uint64_t>(sinceUnixEpoch.count()));

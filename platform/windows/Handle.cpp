@@ -1,0 +1,11 @@
+#include "platform/ScopedHandle.h"
+
+#include <windows.h>
+
+namespace VolmTime::Platform {
+
+void CloseNativeHandle(NativeHandle handle) noexcept {
+  if (handle != nullptr) ::CloseHandle(handle);
+}
+
+}  // namespace VolmTime::Platform

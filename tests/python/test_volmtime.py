@@ -1,0 +1,235 @@
+"""The volmtime module against the real library, and with the volmtime tool as the C++ side."""
+
+import asyncio
+import itertools
+import json
+import os
+import signal
+import subprocess
+import sys
+import threading
+import time
+from datetime import datetime, timezone
+
+import pytest
+
+import volmtime
+
+SECOND = volmtime.UNITS_PER_SECOND
+UNIX_EPOCH = 116_444_736_000_000_000
+TOOL = os.environ.get("VOLMTIME_TOOL")
+_names = itertools.count()
+
+
+def fresh_name():
+    return f"volmtime-python-{os.getpid()}-{next(_names)}"
+
+
+def run_script(source, **kwargs):
+    return subprocess.Popen([sys.executable, "-c", source], stdout=subprocess.PIPE, text=True,
+                            **kwargs)
+
+
+@pytest.fixture
+def base():
+    with volmtime.open() as opened:
+        yield opened
+
+
+def test_clocks_and_counter_read_the_library(base):
+    with base.system_clock() as system, base.relative_clock() as relative:
+        assert system.is_system_time() and not relative.is_system_time()
+        assert abs(system.time() - (UNIX_EPOCH + time.time_ns() // 100)) < SECOND
+        assert abs((system.datetime() - datetime.now(timezone.utc)).total_seconds()) < 1
+        first = relative.time()
+        assert relative.try_time() >= first
+        with pytest.raises(ValueError):
+            relative.datetime()
+    with base.counter() as counter:
+        assert counter.frequency > 0 and counter.name
+        assert counter.tick() < counter.tick()
+    assert base.counter_available()
+
+
+def test_sleep_lasts_at_least_its_duration_in_seconds_or_units(base):
+    with base.relative_clock() as clock:
+        for seconds, units in ((0.02, None), (None, SECOND // 5)):  # one slice, then several
+            start = clock.time()
+            clock.sleep(seconds, units=units)
+            assert clock.time() - start >= (units or seconds * SECOND)
+        with pytest.raises(TypeError):
+            clock.sleep(1, units=1)
+        with pytest.raises(ValueError):
+            clock.sleep(-1)
+
+
+def test_local_correction_maps_ticks_and_edits_samples(base):
+    with base.create_local_correction() as function:
+        function.add_sample(1000, 2.0, 5000)
+        function.publish()
+        assert function.tick_to_time(1500) == 6000
+        assert function.time_to_tick(6000) == 1500
+        assert function.rate() == 2.0
+        function.add_sample(2000, 3.0, 7000)
+        function.remove_last_sample()
+        assert function.sample_count() == 1
+        function.reset()
+        assert function.sample_count() == 0
+
+
+def test_failures_raise_volm_error_with_code_and_text(base):
+    with base.create_local_correction() as function:
+        function.add_sample(1000, 1.0, 1000)
+        with pytest.raises(volmtime.VolmError) as failure:
+            function.add_sample(500, 1.0, 2000)  # ticks must increase
+    assert failure.value.code & 0x80000000 and failure.value.text
+    assert f"0x{failure.value.code:08X}" in str(failure.value)
+    assert failure.value.operation == "AddSample"
+    with pytest.raises(volmtime.VolmError):
+        base.named_clock(fresh_name())
+    with pytest.raises(OSError, match="no-such-library.so: no such file"):
+        volmtime.open("/no-such-library.so")
+
+
+def test_closed_objects_refuse_calls_and_release_their_references(base):
+    clock = base.system_clock()
+    base.close()
+    assert clock.time() > 0  # a clock keeps what it needs
+    assert not base.can_unload()
+    clock.close()
+    assert base.can_unload() and base.closed
+    with pytest.raises(ValueError, match="closed"):
+        clock.time()
+    with pytest.raises(ValueError, match="closed"):
+        base.system_clock()
+
+
+def test_shared_correction_is_seen_by_readers_once_published(base):
+    name = fresh_name()
+    with base.create_shared_correction(name) as writer, base.open_shared_correction(name) as reader:
+        writer.add_sample(10, 1.0, 100)
+        with pytest.raises(volmtime.VolmError):
+            reader.tick_to_time(20)  # nothing published yet
+        writer.publish()
+        assert reader.tick_to_time(20) == 110
+    # The last holder gone, the name is free: a reader finds nothing, a writer starts anew.
+    with pytest.raises(volmtime.VolmError):
+        base.open_shared_correction(name)
+
+
+def test_timer_fires_once_periodically_and_at_a_time(base):
+    with base.relative_clock() as clock, clock.create_timer() as timer:
+        start = clock.time()
+        timer.set_relative(0.02)
+        assert timer.wait(5) and clock.time() - start > SECOND // 100  # not at once
+        timer.set_absolute(clock.time() + SECOND // 50)
+        assert base.wait_for_events([timer], timeout=5) == 0
+        timer.set_periodic(units=SECOND // 100)
+        assert [base.wait_for_events([timer], timeout=5) for _ in range(3)] == [0, 0, 0]
+        timer.set_relative(60)
+        timer.cancel()
+        assert timer.wait(5) is False
+
+
+def test_wait_for_events_times_out_and_waits_for_all(base):
+    with base.system_clock() as clock, clock.create_timer() as first, \
+            clock.create_timer() as second:
+        assert base.wait_for_events([first, second.fileno()], timeout=0.12) is None
+        assert first.wait(0.01) is True  # a timeout reads as a firing
+        first.set_relative(0.01)
+        second.set_relative(0.03)
+        assert base.wait_for_events([first, second], wait_all=True, timeout=5) == 0
+
+
+def test_cancel_from_another_thread_ends_a_long_wait(base):
+    with base.relative_clock() as clock, clock.create_timer() as timer:
+        timer.set_relative(60)
+        # The other thread runs only if the wait lets go of the interpreter lock.
+        canceller = threading.Timer(0.2, timer.cancel)
+        canceller.start()
+        assert timer.wait() is False
+        canceller.join()
+
+
+def test_asyncio_waits_on_the_timer_descriptor(base):
+    async def fired(timer):
+        ready = asyncio.get_running_loop().create_future()
+        asyncio.get_running_loop().add_reader(timer.fileno(), ready.set_result, True)
+        try:
+            return await asyncio.wait_for(ready, 5)
+        finally:
+            asyncio.get_running_loop().remove_reader(timer.fileno())
+
+    with base.relative_clock() as clock, clock.create_timer() as timer:
+        timer.set_relative(0.02)
+        assert asyncio.run(fired(timer))
+        assert base.wait_for_events([timer], timeout=0) == 0  # the firing is still there
+
+
+def test_ctrl_c_ends_waits_and_sleeps():
+    child = run_script(
+        "import volmtime\n"
+        "with volmtime.open() as base, base.relative_clock() as clock:\n"
+        "    timer = clock.create_timer()\n"
+        "    for wait in (timer.wait, lambda: clock.sleep(60),\n"
+        "                 lambda: base.wait_for_events([timer])):\n"
+        "        try:\n"
+        "            print('waiting', flush=True)\n"
+        "            wait()\n"
+        "        except KeyboardInterrupt:\n"
+        "            print('interrupted', flush=True)\n")
+    try:
+        for _ in range(3):
+            assert child.stdout.readline() == "waiting\n"
+            time.sleep(0.2)
+            child.send_signal(signal.SIGINT)
+            assert child.stdout.readline() == "interrupted\n"
+        assert child.wait(30) == 0
+    finally:
+        child.kill()
+
+
+def test_objects_left_open_are_released_at_exit():
+    name = fresh_name()
+    child = run_script(
+        "import atexit\n"
+        "atexit.register(lambda: print('released', base.can_unload()))\n"  # runs last
+        "import volmtime\n"
+        f"base = volmtime.open(); writer = base.create_shared_correction({name!r})\n")
+    assert child.communicate(timeout=30)[0] == "released True\n"
+    # Without the release the store would stay in /dev/shm (Linux only).
+    assert not os.path.exists(f"/dev/shm/{name}")
+
+
+@pytest.mark.skipif(not TOOL, reason="VOLMTIME_TOOL names the volmtime tool (set by ctest)")
+def test_python_reads_a_named_clock_that_the_tool_publishes(base):
+    name = fresh_name()
+    publisher = subprocess.Popen([TOOL, "publish", name, "--interval-ms", "50", "--quiet"])
+    try:
+        deadline = time.monotonic() + 20
+        while True:
+            try:
+                named = base.named_clock(name)
+                break
+            except volmtime.VolmError:
+                assert time.monotonic() < deadline and publisher.poll() is None
+                time.sleep(0.05)
+        with named, base.system_clock() as system:
+            assert abs(named.time() - system.time()) < SECOND // 2
+            assert abs((named.datetime() - system.datetime()).total_seconds()) < 0.5
+    finally:
+        publisher.send_signal(signal.SIGTERM)
+        assert publisher.wait(30) == 0
+
+
+@pytest.mark.skipif(not TOOL, reason="VOLMTIME_TOOL names the volmtime tool (set by ctest)")
+def test_the_tool_reads_a_named_clock_that_python_publishes(base):
+    name = fresh_name()
+    with base.counter() as counter, base.system_clock() as system, \
+            base.create_shared_correction(name) as writer:
+        # One hour ahead of the system clock, at the counter's nominal rate.
+        writer.add_sample(counter.tick(), SECOND / counter.frequency, system.time() + 3600 * SECOND)
+        writer.publish()
+        report = subprocess.run([TOOL, "tracking", name, "--json"], capture_output=True,
+                                text=True, timeout=60, check=True)
+    assert abs(json.loads(report.stdout)["offset_ns"] - 3600e9) < 1e9

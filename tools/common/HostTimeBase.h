@@ -1,0 +1,34 @@
+// How a host starts: load the library by file name, ask CreateInstance for the time factory
+// and hold the host's first reference to it. Shared by the tool, the benchmarks and the test
+// hosts so that the sequence, and its error texts, exist once.
+#ifndef TOOLS_COMMON_HOSTTIMEBASE_H
+#define TOOLS_COMMON_HOSTTIMEBASE_H
+
+#include <VolmTime/VolmTime.h>
+
+#include "tools/common/DynamicLibrary.h"
+
+#include <string>
+
+class HostTimeBase {
+ public:
+  // Never throws: IsReady() tells whether the factory was obtained and Error() why not.
+  explicit HostTimeBase(const std::string& libraryFile);
+  HostTimeBase(const HostTimeBase&) = delete;
+  HostTimeBase& operator=(const HostTimeBase&) = delete;
+  // Releases the factory before the library is unloaded.
+  ~HostTimeBase();
+
+  [[nodiscard]] bool IsReady() const noexcept { return factory_ != nullptr; }
+  [[nodiscard]] const std::string& Error() const noexcept { return error_; }
+  // The factory, valid while this object lives; null when not ready.
+  [[nodiscard]] IVolmTimeFactory* Factory() const noexcept { return factory_; }
+  [[nodiscard]] const DynamicLibrary& Library() const noexcept { return library_; }
+
+ private:
+  DynamicLibrary library_;
+  IVolmTimeFactory* factory_ = nullptr;
+  std::string error_;
+};
+
+#endif  // TOOLS_COMMON_HOSTTIMEBASE_H

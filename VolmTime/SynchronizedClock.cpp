@@ -1,10 +1,14 @@
 #include "VolmTime/SynchronizedClock.h"
 
 #include "VolmTime/Core/DurationTicks.h"
+#include "VolmTime/Core/WindowsCounter.h"
+#include "platform/Counter.h"
 #include "platform/SystemTime.h"
 #include "VolmTime/WaitableTimer.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ThrowIfFailed.h"
+
+#include <typeinfo>
 
 namespace VolmTime {
 
@@ -27,6 +31,21 @@ SynchronizedClock::SynchronizedClock(IHighResolutionCounter2* counter,
       withCore) {
     withCore->GetCoreFunction(&coreFunction_);
   }
+  // Exact types only: a subclass may read or convert differently.
+  const bool platformCounter =
+      coreCounter_ != nullptr && typeid(*coreCounter_) == typeid(Core::WindowsCounter);
+  if (isSystemTime_ || !platformCounter || coreFunction_ == nullptr) return;
+  using Linear = Core::LinearCorrectionFunction<std::uint64_t, std::uint64_t>;
+  if (typeid(*coreFunction_) == typeid(Linear)) {
+    linear_.emplace(static_cast<const Linear&>(*coreFunction_));
+    fastPath_ = FastPath::kLinear;
+    return;
+  }
+  // TickToTime is final in the piecewise-linear base, so every subclass answers alike.
+  piecewise_ =
+      dynamic_cast<const Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>*>(
+          coreFunction_);
+  if (piecewise_ != nullptr) fastPath_ = FastPath::kLatestSegment;
 }
 
 SynchronizedClock::~SynchronizedClock() {
@@ -35,19 +54,45 @@ SynchronizedClock::~SynchronizedClock() {
 }
 
 VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
+  if (fastPath_ != FastPath::kNone) {
+    // The usual cores, read without a virtual call and without the prologue of the paths
+    // below, which are out of line.
+    std::uint64_t tick = 0;
+    if (!Platform::ReadTick(tick)) return ReadTimeThroughComponents(time);
+    if (fastPath_ == FastPath::kLinear) {
+      *time = linear_->TickToTime(tick);
+      return VOLM_S_OK;
+    }
+    if (piecewise_->TickToTimeInLatestSegment(tick, *time)) return VOLM_S_OK;
+    return ConvertThroughCore(tick, time);
+  }
   if (isSystemTime_) {
     *time = Platform::PreciseSystemTime();
     return VOLM_S_OK;
   }
   if (coreCounter_ != nullptr && coreFunction_ != nullptr) {
-    // Straight to the cores: two calls instead of a chain of components. A failure on the
-    // way is read again through the components, which report it the documented way.
+    std::uint64_t tick = 0;
     try {
-      *time = coreFunction_->TickToTime(coreCounter_->GetTick());
-      return VOLM_S_OK;
+      tick = coreCounter_->GetTick();
     } catch (...) {
+      return ReadTimeThroughComponents(time);
     }
+    return ConvertThroughCore(tick, time);
   }
+  return ReadTimeThroughComponents(time);
+}
+
+VolmResult SynchronizedClock::ConvertThroughCore(std::uint64_t tick, std::uint64_t* time) noexcept {
+  try {
+    *time = coreFunction_->TickToTime(tick);
+    return VOLM_S_OK;
+  } catch (...) {
+    // Read again through the components, which report the failure the documented way.
+    return ReadTimeThroughComponents(time);
+  }
+}
+
+VolmResult SynchronizedClock::ReadTimeThroughComponents(std::uint64_t* time) noexcept {
   std::uint64_t tick = 0;
   const VolmResult tickResult = counter_->GetTick(&tick);
   if (VolmFailed(tickResult)) return tickResult;
@@ -67,10 +112,37 @@ VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
   }
 }
 
-VolmResult SynchronizedClock::GetTime(std::uint64_t* time) {
+// Flattened so that the counter read, in another file, is inlined too.
+[[gnu::flatten]] VolmResult SynchronizedClock::GetTime(std::uint64_t* time) {
   if (time == nullptr) return VOLM_E_POINTER;
+  // The usual cores answer here, with no call but the counter read; the rest, and every
+  // failure, goes out of line.
+  if (fastPath_ != FastPath::kNone) {
+    std::uint64_t tick = 0;
+    if (!Platform::ReadTick(tick)) [[unlikely]]
+      return FinishReading(nullptr, time);
+    if (fastPath_ == FastPath::kLinear) {
+      *time = linear_->TickToTime(tick);
+      return VOLM_S_OK;
+    }
+    if (piecewise_->TickToTimeInLatestSegment(tick, *time)) [[likely]]
+      return VOLM_S_OK;
+    return FinishReading(&tick, time);
+  }
+  return FinishReading(nullptr, time);
+}
+
+VolmResult SynchronizedClock::FinishReading(const std::uint64_t* tick,
+                                            std::uint64_t* time) noexcept {
   std::uint64_t now = 0;
-  const VolmResult result = ReadTime(&now);
+  VolmResult result = VOLM_S_OK;
+  if (fastPath_ == FastPath::kNone) {
+    result = ReadTime(&now);
+  } else {
+    // The counter was read (and converted past the latest segment here), or reading it failed,
+    // which the components report.
+    result = tick != nullptr ? ConvertThroughCore(*tick, &now) : ReadTimeThroughComponents(&now);
+  }
   if (VolmSucceeded(result)) *time = now;
   return result;
 }

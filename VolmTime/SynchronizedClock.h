@@ -5,10 +5,14 @@
 
 #include <VolmTime/IClock.h>
 
+#include "VolmTime/Core/LinearCorrectionFunction.h"
+#include "VolmTime/Core/PiecewiseLinearCorrectionFunction.h"
 #include "VolmTime/ICorrectionFunction2.h"
 #include "VolmTime/IHighResolutionCounter2.h"
 #include "framework/CVolmPtr.h"
 #include "framework/CVolmUnknownImpl.h"
+
+#include <optional>
 
 namespace VolmTime {
 
@@ -31,6 +35,15 @@ class SynchronizedClock : public CVolmUnknownImpl1<IClock> {
   // Reads the current time; on a failure of the correction function its error is copied
   // into this clock's last error. Returns the failure code.
   VolmResult ReadTime(std::uint64_t* time) noexcept;
+  // GetTime's reading where it does not answer inline: `tick` is the counter's reading, null
+  // when the counter was not read or failed. Sets `time` on success only.
+  [[gnu::noinline]] VolmResult FinishReading(const std::uint64_t* tick,
+                                             std::uint64_t* time) noexcept;
+  // The tick converted by the core function; on a failure, the whole reading through the
+  // components.
+  [[gnu::noinline]] VolmResult ConvertThroughCore(std::uint64_t tick, std::uint64_t* time) noexcept;
+  // The reading through the components, which report a failure the documented way.
+  [[gnu::noinline]] VolmResult ReadTimeThroughComponents(std::uint64_t* time) noexcept;
 
   CVolmPtr<IHighResolutionCounter2> counter_;
   CVolmPtr<ICorrectionFunction> correction_;
@@ -39,6 +52,14 @@ class SynchronizedClock : public CVolmUnknownImpl1<IClock> {
   // component layer; null when a component does not offer its core.
   Core::IHighResolutionCounter* coreCounter_ = nullptr;
   Core::CorrectionFunction64* coreFunction_ = nullptr;
+  // What a reading needs when the counter is the platform counter (read straight from the
+  // platform) and the function one of the usual ones, so that it makes no virtual call: a
+  // copy of a linear function (it never changes), or the piecewise-linear function whose
+  // latest segment is answered inline.
+  enum class FastPath : unsigned char { kNone, kLinear, kLatestSegment };
+  FastPath fastPath_ = FastPath::kNone;
+  std::optional<Core::LinearCorrectionFunction<std::uint64_t, std::uint64_t>> linear_;
+  const Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>* piecewise_ = nullptr;
 };
 
 }  // namespace VolmTime

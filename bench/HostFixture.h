@@ -10,9 +10,15 @@
 #include <cstdlib>
 #include <string>
 
-// Process-wide: loaded once, released at exit.
+// Process-wide: loaded once, released at exit. VOLM_BENCH_LIBRARY names another build of the
+// library to measure instead of this build's, for a before-and-after comparison.
 struct LoadedVolmTime {
-  LoadedVolmTime() : base(VOLM_LIBRARY_FILE), factory(base.Factory()) {
+  static const char* File() {
+    const char* other = std::getenv("VOLM_BENCH_LIBRARY");
+    return other != nullptr && *other != '\0' ? other : VOLM_LIBRARY_FILE;
+  }
+
+  LoadedVolmTime() : base(File()), factory(base.Factory()) {
     if (!base.IsReady()) {
       std::fprintf(stderr, "%s\n", base.Error().c_str());
       std::abort();
@@ -26,6 +32,9 @@ struct LoadedVolmTime {
 };
 
 LoadedVolmTime& Volm();
+
+// Started with this argument, the benchmark program only spins, as load for the others.
+inline constexpr const char* kBusyArgument = "--volm-busy";
 
 inline std::basic_string<VolmWideChar> WideName(const std::string& text) {
   return std::basic_string<VolmWideChar>(text.begin(), text.end());

@@ -1,14 +1,26 @@
 // How late sleeps and periodic timers wake, next to the standard library's and the
-// platform's own sleep. Each benchmark reports the median and 99th percentile in
-// microseconds as counters.
+// platform's own, on an idle machine and with busy processes that the benchmark starts and
+// stops itself (argument `busy`: that many processes, each spinning on a processor). Each
+// benchmark reports its numbers in microseconds as counters.
 #include "HostFixture.h"
 
+#include "tools/common/ChildProcess.h"
+
 #include <benchmark/benchmark.h>
-// clock_nanosleep: the platform's own sleep, the floor a library can reach.
+// clock_nanosleep and timerfd: the platform's own sleep and periodic timer, the floor a
+// library can reach.
+#include <sys/timerfd.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <numeric>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -17,79 +29,155 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr int kRounds = 60;
 
-void Report(benchmark::State& state, std::vector<double> lateness) {
-  std::sort(lateness.begin(), lateness.end());
-  state.counters["median_us"] = lateness[lateness.size() / 2];
-  state.counters["p99_us"] = lateness[std::min(lateness.size() - 1, lateness.size() * 99 / 100)];
-}
-
-template <typename Sleep>
-void MeasureSleep(benchmark::State& state, Sleep&& sleep) {
-  const auto requested = std::chrono::milliseconds(state.range(0));
-  std::vector<double> lateness;
-  for (auto _ : state) {
-    for (int round = 0; round < kRounds; ++round) {
-      const auto start = Clock::now();
-      sleep(requested);
-      lateness.push_back(
-          std::chrono::duration<double, std::micro>(Clock::now() - start - requested).count());
+// Busy processes for as long as it lives: copies of this program that spin until killed.
+class Load {
+ public:
+  explicit Load(std::int64_t processes) {
+    for (std::int64_t i = 0; i < processes; ++i) {
+      busy_.push_back(std::make_unique<ChildProcess>(ProgramDirectory() + "/volm_benchmarks",
+                                                     std::vector<std::string>{kBusyArgument}));
     }
+    // Let the scheduler see them as the hogs they are before anything is measured.
+    if (processes > 0) std::this_thread::sleep_for(std::chrono::milliseconds(300));
   }
-  Report(state, lateness);
+
+ private:
+  std::vector<std::unique_ptr<ChildProcess>> busy_;
+};
+
+double Percentile99(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[std::min(values.size() - 1, values.size() * 99 / 100)];
 }
 
-void SleepTime(benchmark::State& state) {
+double Median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+double Mean(const std::vector<double>& values) {
+  return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+// A way to wait that is measured side by side with the others: the counters it reports have
+// its name as their prefix.
+struct Way {
+  const char* name;
+  std::function<void()> waitOnce;
+  std::vector<double> measured;
+};
+
+// Arguments: the sleep in milliseconds, the number of busy processes. Each round sleeps
+// once each way in turn, so that the library, the standard library and the platform meet the
+// same machine even while other work on it comes and goes. Reports how late each woke: the
+// median and the 99th percentile in microseconds.
+void Sleeps(benchmark::State& state) {
+  const auto requested = std::chrono::milliseconds(state.range(0));
   IClock* clock = nullptr;
   Volm().factory->GetRelativeClock(&clock);
-  MeasureSleep(state, [clock](std::chrono::milliseconds duration) {
-    const std::uint64_t units = static_cast<std::uint64_t>(duration.count()) * 10'000;
-    clock->SleepTime(units);
-  });
+  const std::uint64_t units = static_cast<std::uint64_t>(requested.count()) * 10'000;
+  const timespec request{0, static_cast<long>(requested.count()) * 1'000'000L};
+  Way ways[] = {
+      {"SleepTime", [clock, units] { clock->SleepTime(units); }, {}},
+      {"sleep_for", [requested] { std::this_thread::sleep_for(requested); }, {}},
+      {"clock_nanosleep",
+       [&request] { clock_nanosleep(CLOCK_MONOTONIC, 0, &request, nullptr); },
+       {}},
+  };
+  const Load load(state.range(1));
+  for (auto _ : state) {
+    for (int round = 0; round < kRounds; ++round) {
+      for (Way& way : ways) {
+        const auto start = Clock::now();
+        way.waitOnce();
+        way.measured.push_back(
+            std::chrono::duration<double, std::micro>(Clock::now() - start - requested).count());
+      }
+    }
+  }
+  for (const Way& way : ways) {
+    state.counters[std::string(way.name) + "_median_us"] = Median(way.measured);
+    state.counters[std::string(way.name) + "_p99_us"] = Percentile99(way.measured);
+  }
   clock->Release();
 }
-BENCHMARK(SleepTime)->Arg(1)->Arg(5)->Arg(20)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(Sleeps)
+    ->ArgNames({"ms", "busy"})
+    ->Args({1, 0})
+    ->Args({5, 0})
+    ->Args({20, 0})
+    ->Args({5, 2})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
-void StdSleepFor(benchmark::State& state) {
-  MeasureSleep(state,
-               [](std::chrono::milliseconds duration) { std::this_thread::sleep_for(duration); });
-}
-BENCHMARK(StdSleepFor)->Arg(1)->Arg(5)->Arg(20)->Iterations(1)->Unit(benchmark::kMillisecond);
-
-void ClockNanosleep(benchmark::State& state) {
-  MeasureSleep(state, [](std::chrono::milliseconds duration) {
-    const timespec request{0, static_cast<long>(duration.count()) * 1'000'000L};
-    clock_nanosleep(CLOCK_MONOTONIC, 0, &request, nullptr);
-  });
-}
-BENCHMARK(ClockNanosleep)->Arg(1)->Arg(5)->Arg(20)->Iterations(1)->Unit(benchmark::kMillisecond);
-
-void PeriodicTimerJitter(benchmark::State& state) {
-  const auto period = std::chrono::milliseconds(state.range(0));
+// Arguments: the period in milliseconds, the number of busy processes. The library's
+// periodic timer and the platform's (timerfd, read as a plain program reads it) run side by
+// side and are waited for in turns of kRounds intervals. Reports for each the mean interval
+// and the median and 99th percentile of how far an interval was from the period, in
+// microseconds.
+void PeriodicTimers(benchmark::State& state) {
+  const std::int64_t periodMs = state.range(0);
   IClock* clock = nullptr;
   Volm().factory->GetRelativeClock(&clock);
   IWaitableTimer* timer = nullptr;
   clock->CreateTimer(&timer);
-  std::vector<double> jitter;
+  timer->SetPeriodic(static_cast<std::uint64_t>(periodMs) * 10'000);
+  const int descriptor = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+  const itimerspec setting{{0, periodMs * 1'000'000L}, {0, periodMs * 1'000'000L}};
+  timerfd_settime(descriptor, 0, &setting, nullptr);
+  Way ways[] = {
+      {"timer",
+       [timer] {
+         std::int32_t outcome = 0;
+         timer->Wait(VOLM_INFINITE, &outcome);
+       },
+       {}},
+      {"timerfd",
+       [descriptor] {
+         std::uint64_t expirations = 0;
+         benchmark::DoNotOptimize(read(descriptor, &expirations, sizeof expirations));
+       },
+       {}},
+  };
+  const Load load(state.range(1));
   for (auto _ : state) {
-    timer->SetPeriodic(static_cast<std::uint64_t>(period.count()) * 10'000);
-    std::int32_t outcome = 0;
-    timer->Wait(VOLM_INFINITE, &outcome);
-    auto previous = Clock::now();
-    for (int round = 0; round < kRounds * 2; ++round) {
-      timer->Wait(VOLM_INFINITE, &outcome);
-      const auto now = Clock::now();
-      jitter.push_back(
-          std::abs(std::chrono::duration<double, std::micro>(now - previous - period).count()));
-      previous = now;
+    for (int turn = 0; turn < 4; ++turn) {
+      for (Way& way : ways) {
+        // The first wait takes what fired during the other's turn, the second starts on a
+        // firing.
+        way.waitOnce();
+        way.waitOnce();
+        auto previous = Clock::now();
+        for (int round = 0; round < kRounds; ++round) {
+          way.waitOnce();
+          const auto now = Clock::now();
+          way.measured.push_back(std::chrono::duration<double, std::micro>(now - previous).count());
+          previous = now;
+        }
+      }
     }
-    timer->Cancel();
   }
-  Report(state, jitter);
+  const double periodUs = static_cast<double>(periodMs) * 1000.0;
+  for (const Way& way : ways) {
+    std::vector<double> deviation(way.measured.size());
+    std::transform(way.measured.begin(), way.measured.end(), deviation.begin(),
+                   [periodUs](double interval) { return std::abs(interval - periodUs); });
+    state.counters[std::string(way.name) + "_mean_interval_us"] = Mean(way.measured);
+    state.counters[std::string(way.name) + "_median_us"] = Median(deviation);
+    state.counters[std::string(way.name) + "_p99_us"] = Percentile99(deviation);
+  }
+  close(descriptor);
+  timer->Cancel();
   timer->Release();
   clock->Release();
 }
-BENCHMARK(PeriodicTimerJitter)->Arg(1)->Arg(10)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(PeriodicTimers)
+    ->ArgNames({"ms", "busy"})
+    ->Args({1, 0})
+    ->Args({10, 0})
+    ->Args({1, 2})
+    ->Args({1, 5})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-BENCHMARK_MAIN();

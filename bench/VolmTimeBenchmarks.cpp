@@ -11,6 +11,8 @@
 #include <chrono>
 #include <memory>
 #include <random>
+#include <string>
+#include <vector>
 
 LoadedVolmTime& Volm() {
   static LoadedVolmTime loaded;
@@ -63,25 +65,52 @@ void SystemClockGetTime(benchmark::State& state) {
 }
 BENCHMARK(SystemClockGetTime);
 
-// A shared function named `name` with `samples` samples one tick-millisecond apart, ending
-// at the counter's current tick, so clock readings fall in the latest segment.
-IPiecewiseLinearCorrection* SharedFunction(const std::string& name, std::uint64_t samples) {
-  IPiecewiseLinearCorrection* writer = nullptr;
-  Volm().advanced->CreateSharedMemoryCorrection(WideName(name).c_str(), &writer);
-  IHighResolutionCounter* counter = nullptr;
-  Volm().factory->GetCounter(&counter);
+struct CounterInfo {
   std::uint64_t frequency = 0;
   std::uint64_t now = 0;
-  counter->GetFrequency(&frequency);
-  counter->GetTick(&now);
+};
+
+CounterInfo ReadCounter() {
+  IHighResolutionCounter* counter = nullptr;
+  Volm().factory->GetCounter(&counter);
+  CounterInfo info;
+  counter->GetFrequency(&info.frequency);
+  counter->GetTick(&info.now);
   counter->Release();
-  // One millisecond apart, or closer on a machine that has not run that long yet.
-  const std::uint64_t step =
-      std::max<std::uint64_t>(1, std::min(frequency / 1000, now / (samples + 2)));
-  const double rate = static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) / static_cast<double>(frequency);
-  for (std::uint64_t i = 0; i < samples; ++i) {
-    const std::uint64_t tick = now - (samples - i) * step;
-    writer->AddSample(tick, rate, 1'000'000'000 + i * 10'000);
+  return info;
+}
+
+// The ticks of `samples` samples ending just before the counter's current tick, 10 us apart
+// as a publisher would append them (closer on a machine that has not run that long), or
+// with random gaps of that mean.
+std::vector<std::uint64_t> SampleTicks(std::uint64_t samples, bool evenlySpaced) {
+  const CounterInfo counter = ReadCounter();
+  const std::uint64_t step = std::max<std::uint64_t>(
+      1, std::min(counter.frequency / 100'000, counter.now / (samples * 3)));
+  std::vector<std::uint64_t> gaps(samples, step);
+  if (!evenlySpaced) {
+    std::mt19937_64 random(11);
+    std::exponential_distribution<double> gap(1.0 / static_cast<double>(step));
+    for (auto& each : gaps) each = 1 + static_cast<std::uint64_t>(gap(random));
+  }
+  std::vector<std::uint64_t> ticks(samples);
+  std::uint64_t tick = counter.now - step;
+  for (std::uint64_t i = samples; i-- > 0;) {
+    ticks[i] = tick;
+    tick -= gaps[i];
+  }
+  return ticks;
+}
+
+// A shared function named `name` over `ticks`, each segment at the counter's nominal rate.
+IPiecewiseLinearCorrection* SharedFunction(const std::string& name,
+                                           const std::vector<std::uint64_t>& ticks) {
+  IPiecewiseLinearCorrection* writer = nullptr;
+  Volm().advanced->CreateSharedMemoryCorrection(WideName(name).c_str(), &writer);
+  const double rate = static_cast<double>(VOLM_TIME_UNITS_PER_SECOND) /
+                      static_cast<double>(ReadCounter().frequency);
+  for (std::size_t i = 0; i < ticks.size(); ++i) {
+    writer->AddSample(ticks[i], rate, 1'000'000'000 + i * 10'000);
   }
   writer->Publish();
   return writer;
@@ -89,7 +118,7 @@ IPiecewiseLinearCorrection* SharedFunction(const std::string& name, std::uint64_
 
 void NamedClock(benchmark::State& state, std::uint64_t samples) {
   const std::string name = "volm-bench-named-" + std::to_string(samples);
-  IPiecewiseLinearCorrection* writer = SharedFunction(name, samples);
+  IPiecewiseLinearCorrection* writer = SharedFunction(name, SampleTicks(samples, true));
   IClock* clock = nullptr;
   Volm().factory->CreateSynchronizedClock(WideName(name).c_str(), &clock);
   ReadClock(state, clock);
@@ -102,24 +131,23 @@ BENCHMARK(NamedClockOneSample);
 void NamedClockFullStore(benchmark::State& state) { NamedClock(state, kFullStore); }
 BENCHMARK(NamedClockFullStore);
 
-void EvaluateFullStore(benchmark::State& state, bool spread) {
-  IPiecewiseLinearCorrection* writer = SharedFunction("volm-bench-evaluate", kFullStore);
+enum class Where { kLatestSegment, kHistoryEven, kHistoryUneven };
+
+void EvaluateFullStore(benchmark::State& state, Where where) {
+  const std::vector<std::uint64_t> sampleTicks =
+      SampleTicks(kFullStore, where != Where::kHistoryUneven);
+  IPiecewiseLinearCorrection* writer = SharedFunction("volm-bench-evaluate", sampleTicks);
   IPiecewiseLinearCorrection* reader = nullptr;
   Volm().advanced->OpenSharedMemoryCorrection(WideName("volm-bench-evaluate").c_str(), &reader);
-  IHighResolutionCounter* counter = nullptr;
-  Volm().factory->GetCounter(&counter);
-  std::uint64_t frequency = 0;
-  std::uint64_t now = 0;
-  counter->GetFrequency(&frequency);
-  counter->GetTick(&now);
-  counter->Release();
-  // Ticks through the whole history, or all in the latest segment.
+  // Ticks anywhere in the history, or all in the latest segment.
   std::vector<std::uint64_t> ticks(4096);
   std::mt19937_64 random(7);
-  const std::uint64_t step =
-      std::max<std::uint64_t>(1, std::min(frequency / 1000, now / (kFullStore + 2)));
-  const std::uint64_t span = (kFullStore - 2) * step;
-  for (auto& tick : ticks) tick = spread ? now - step - random() % span : now + random() % 1000;
+  const std::uint64_t first = sampleTicks.front();
+  const std::uint64_t span = sampleTicks.back() - first;
+  for (auto& tick : ticks) {
+    tick = where == Where::kLatestSegment ? sampleTicks.back() + random() % 1000
+                                          : first + random() % span;
+  }
   std::size_t next = 0;
   std::uint64_t time = 0;
   for (auto _ : state) {
@@ -130,11 +158,20 @@ void EvaluateFullStore(benchmark::State& state, bool spread) {
   writer->Release();
 }
 
-void EvaluateFullStoreLatestSegment(benchmark::State& state) { EvaluateFullStore(state, false); }
+void EvaluateFullStoreLatestSegment(benchmark::State& state) {
+  EvaluateFullStore(state, Where::kLatestSegment);
+}
 BENCHMARK(EvaluateFullStoreLatestSegment);
 
-void EvaluateFullStoreThroughHistory(benchmark::State& state) { EvaluateFullStore(state, true); }
+void EvaluateFullStoreThroughHistory(benchmark::State& state) {
+  EvaluateFullStore(state, Where::kHistoryEven);
+}
 BENCHMARK(EvaluateFullStoreThroughHistory);
+
+void EvaluateFullStoreUnevenHistory(benchmark::State& state) {
+  EvaluateFullStore(state, Where::kHistoryUneven);
+}
+BENCHMARK(EvaluateFullStoreUnevenHistory);
 
 void AddSampleAndPublish(benchmark::State& state) {
   IPiecewiseLinearCorrection* writer = nullptr;
@@ -150,3 +187,15 @@ void AddSampleAndPublish(benchmark::State& state) {
 BENCHMARK(AddSampleAndPublish);
 
 }  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 2 && std::string(argv[1]) == kBusyArgument) {
+    // Killed by the benchmark that started it.
+    for (std::uint64_t spin = 0;; ++spin) benchmark::DoNotOptimize(spin);
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

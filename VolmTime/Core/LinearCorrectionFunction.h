@@ -10,7 +10,7 @@
 namespace VolmTime::Core {
 
 template <typename Tick, typename Time>
-class LinearCorrectionFunction : public ICorrectionFunction<Tick, Time> {
+class LinearCorrectionFunction final : public ICorrectionFunction<Tick, Time> {
  public:
   // Nothing is validated: a zero, negative or non-finite rate gives the answers of
   // TruncateToUint64 for the resulting products.

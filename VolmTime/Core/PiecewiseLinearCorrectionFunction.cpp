@@ -3,6 +3,8 @@
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/FullRangeConversion.h"
 
+#include <algorithm>
+#include <cmath>
 
 namespace VolmTime::Core {
 
@@ -12,22 +14,6 @@ namespace {
 
 constexpr std::uint32_t HistoryIndex(std::uint64_t position) noexcept {
   return static_cast<std::uint32_t>(position % kHistoryCapacity);
-}
-
-// What one Publish made visible: latestSlot is loaded before countAndFlags, the reverse of
-// the order Publish stores them, so a reader never pairs a new latest sample with an older
-// count (it may pair a new count with the previous latest sample, which the lookup takes
-// as the same sample twice).
-struct PublishedHeader {
-  std::uint32_t latestSlot;
-  std::uint64_t countAndFlags;
-
-  bool operator==(const PublishedHeader&) const = default;
-};
-
-PublishedHeader ReadHeader(const SampleStore& store) noexcept {
-  const std::uint32_t latestSlot = LoadShared(store.header.latestSlot, std::memory_order_acquire);
-  return {latestSlot, LoadShared(store.header.countAndFlags, std::memory_order_acquire)};
 }
 
 // The published sequence as a reader sees it: history[first .. first+historyLength) in ring
@@ -65,23 +51,6 @@ ReadableSequence SequenceOf(const SampleStore& store, const PublishedHeader& hea
   return sequence;
 }
 
-// Whether a view read under `before` can have been overwritten by the time the header reads
-// `after`. The writer overwrites a published view's slots only from its 16th append after
-// that Publish on, and samples are stored with release and loaded with acquire: a reader
-// that loaded an overwritten sample sees the Publishes that came before the overwrite. A
-// writer that publishes at least every 8 appends has by then moved count or latestSlot on
-// by 8 or more; fewer steps than that leave the view intact, and an unchanged header means
-// nothing newer was published. This check lives in the reader alone and changes no answer
-// while the store stands still.
-constexpr std::uint32_t kStepsAViewSurvives = 7;
-
-bool ViewSurvived(const PublishedHeader& before, const PublishedHeader& after) noexcept {
-  if (before == after) return true;
-  const std::uint32_t commits = CountOf(after.countAndFlags) - CountOf(before.countAndFlags);
-  const std::uint32_t slotSteps = (after.latestSlot - before.latestSlot) & kLatestSlotMask;
-  return commits <= kStepsAViewSurvives && slotSteps <= kStepsAViewSurvives;
-}
-
 // A reader that keeps finding a view overwritten faces a writer that appends samples faster
 // than a lookup runs. It tries a few times and then says so, rather than spin: one lookup
 // is about 20 probes, so the attempts together stay within some microseconds.
@@ -111,28 +80,83 @@ std::uint64_t KeyOf(const CorrectionSample& sample, bool byTick) noexcept {
   return byTick ? sample.tick : sample.time;
 }
 
+// Rounds of estimate-and-check before bisection takes over, and how much a round from the
+// second on must narrow the bracket for the estimates to go on.
+constexpr int kInterpolationRounds = 4;
+constexpr std::uint32_t kNarrowingWorthARound = 16;
+
+// Where `value` would sit between two bracketing samples if the samples between them were
+// evenly spaced; strictly between the two positions.
+std::uint32_t EstimatePosition(std::uint32_t low, std::uint64_t lowKey, std::uint32_t high,
+                               std::uint64_t highKey, std::uint64_t value) noexcept {
+  const double fraction = ToDouble(value - lowKey) / ToDouble(highKey - lowKey);
+  const auto offset = static_cast<std::uint32_t>(fraction * ToDouble(high - low));
+  return std::clamp(low + offset, low + 1, high - 1);
+}
+
+// How far from an estimate to look for the other end of the bracket: the typical error of an
+// estimate over `width` randomly spaced samples is about its square root.
+std::uint32_t GuardDistance(std::uint32_t width) noexcept {
+  return std::max(std::uint32_t{1}, static_cast<std::uint32_t>(std::sqrt(ToDouble(width))));
+}
+
+// The sample whose segment holds `value`, for a value before the latest sample. On keys in
+// increasing order (as every writer appends them) the answer is the last sample whose key is
+// at most the value, exactly as a binary search over the whole sequence finds it: the search
+// keeps a bracket key(low) <= value < key(high) and ends when it is one sample wide.
+// Each round probes where the value would lie if the samples in the bracket were evenly
+// spaced, then a guard on the value's side of that estimate: the next sample in the first
+// round (samples a publisher appends at a steady pace then close the bracket in two probes
+// instead of about twenty), and the estimate's typical error for random gaps after that
+// (which narrows a bracket of n samples to about sqrt(n)). Once a round stops narrowing the
+// bracket well, the samples are spaced too unevenly for estimates and bisection of the
+// bracket finishes, so uneven stores cost about what a binary search costs.
+CorrectionSample SegmentBeforeLatest(const ReadableSequence& sequence, bool byTick,
+                                     std::uint64_t latestKey, std::uint64_t value) {
+  std::uint32_t low = 0;
+  std::uint32_t high = sequence.historyLength;
+  if (high == 0) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
+  std::uint64_t lowKey = KeyOf(sequence.At(0), byTick);
+  if (value < lowKey) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
+  std::uint64_t highKey = latestKey;
+  const auto probe = [&](std::uint32_t position) {
+    const std::uint64_t key = KeyOf(sequence.At(position), byTick);
+    if (value < key) {
+      high = position;
+      highKey = key;
+      return false;
+    }
+    low = position;
+    lowKey = key;
+    return true;
+  };
+  std::uint32_t guard = 1;
+  for (int round = 0; round < kInterpolationRounds && high - low > 1; ++round) {
+    const std::uint32_t width = high - low;
+    if (probe(EstimatePosition(low, lowKey, high, highKey, value))) {
+      if (high - low > 1) probe(low + std::min(guard, high - low - 1));
+    } else if (high - low > 1) {
+      probe(high - std::min(guard, high - low - 1));
+    }
+    if (high - low <= 1 || (round > 0 && (high - low) * kNarrowingWorthARound > width)) break;
+    guard = GuardDistance(high - low);
+  }
+  // Bisection of what is left; the key decides between two positions without a branch.
+  for (std::uint32_t width = high - low; width > 1;) {
+    const std::uint32_t half = width / 2;
+    low = KeyOf(sequence.At(low + half), byTick) <= value ? low + half : low;
+    width -= half;
+  }
+  return sequence.At(low);
+}
+
 CorrectionSample FindSegmentIn(const ReadableSequence& sequence, bool byTick, std::uint64_t value) {
   if (sequence.empty) Fail(VOLM_TEXT("Correction Function does not contain any segment."));
   // Clock readings land in the latest segment almost always; answering them without the
   // search gives what the search would.
   CorrectionSample found = sequence.Latest();
-  if (value < KeyOf(found, byTick)) {
-    // Upper bound: the first sample whose key is greater than the value.
-    std::uint32_t position = 0;
-    std::uint32_t remaining = sequence.Length();
-    while (remaining > 0) {
-      const std::uint32_t half = remaining / 2;
-      const std::uint32_t middle = position + half;
-      if (value < KeyOf(sequence.At(middle), byTick)) {
-        remaining = half;
-      } else {
-        position = middle + 1;
-        remaining = remaining - half - 1;
-      }
-    }
-    if (position == 0) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
-    found = sequence.At(position - 1);
-  }
+  const std::uint64_t latestKey = KeyOf(found, byTick);
+  if (value < latestKey) found = SegmentBeforeLatest(sequence, byTick, latestKey, value);
   if (found.rate == 0.0) Fail(VOLM_TEXT("Correction Function is not defined at this point."));
   return found;
 }
@@ -225,8 +249,7 @@ void PiecewiseLinearCorrectionFunction<Tick, Time>::Publish() {
   StoreShared(store_->header.countAndFlags,
               PackCountAndFlags(static_cast<std::uint32_t>(committedCount_), flags),
               std::memory_order_release);
-  StoreShared(store_->header.latestSlot,
-              static_cast<std::uint32_t>(latestSlot_),
+  StoreShared(store_->header.latestSlot, static_cast<std::uint32_t>(latestSlot_),
               std::memory_order_release);
 }
 

@@ -70,6 +70,7 @@ std::uint64_t WindowsCounter::GetTick() const { return ReadTickOrThrow(); }
 
 void WindowsCounter::SleepTick(std::uint64_t ticks) {
   const std::uint64_t start = ReadTickOrThrow();
+  const Platform::PreciseWakeUps preciseWakeUps;
   const std::uint64_t target = start + ticks;
   // The timer wakes the thread a little early and the yield loop below finishes the wait:
   // the platform wakes a sleeper tens of microseconds late, the counter is exact.
@@ -94,6 +95,7 @@ void WindowsCounter::SleepTick(std::uint64_t ticks) {
 
 void WindowsCounter::SpinTick(std::uint64_t ticks) {
   const std::uint64_t start = ReadTickOrThrow();
+  const Platform::PreciseWakeUps preciseWakeUps;
   do {
     Platform::YieldTimeSlice();
   } while (ReadTickOrThrow() - start <= ticks);

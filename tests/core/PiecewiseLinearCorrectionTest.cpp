@@ -1,12 +1,20 @@
 // Appending, publishing and evaluating piecewise-linear functions in process memory, and
 // reading stores as they stand.
+#include "VolmTime/Core/CException.h"
+#include "VolmTime/Core/FullRangeConversion.h"
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"
 #include "tests/support/Helpers.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <memory>
+#include <random>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -149,6 +157,77 @@ TEST_F(PiecewiseLinear, SixteenOrMoreUnpublishedAppendsAnswerFromTheSlotsAsTheyA
   EXPECT_EQ(At(150), "1050");
   EXPECT_EQ(At(400), "2280");
   EXPECT_EQ(f_->GetRate(), 3.0);
+}
+
+// The lookup estimates where a key lies before it searches; on every store a writer can leave
+// (gaps even, random or wildly uneven, undefined segments, a wrapped window) it must give
+// what a plain binary search over the readable samples gives.
+TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
+  std::mt19937_64 random(2024);
+  struct Shape {
+    const char* name;
+    std::uint64_t samples;
+    std::function<std::uint64_t()> gap;
+  };
+  const std::vector<Shape> shapes = {
+      {"even", kHistoryCapacity + 100, [] { return std::uint64_t{10'000}; }},
+      {"random", 70'000, [&] { return 1 + random() % 20'000; }},
+      {"clustered", 9'000,
+       [&] { return random() % 8 == 0 ? 1 + random() % 1'000'000 : 1 + random() % 3; }},
+      {"short", 1 + random() % 6, [&] { return 1 + random() % 100; }},
+  };
+  for (const Shape& shape : shapes) {
+    SCOPED_TRACE(shape.name);
+    f_->Reset();
+    std::vector<VolmTime::CorrectionSample> samples;
+    std::uint64_t tick = 1'000;
+    std::uint64_t time = 5'000;
+    for (std::uint64_t i = 0; i < shape.samples; ++i) {
+      const double rate = random() % 50 == 0 ? 0.0 : 0.5 + static_cast<double>(random() % 100) / 64;
+      samples.push_back({tick, time, rate});
+      f_->AddSample(tick, rate, time);
+      tick += shape.gap();
+      time += 1 + random() % 30'000;
+    }
+    f_->Publish();
+    // What a reader sees: the full window's worth of the newest samples.
+    const std::size_t window = kHistoryCapacity - 17 + 1;
+    if (samples.size() > window) samples.erase(samples.begin(), samples.end() - window);
+
+    const auto expect = [&](bool byTick, std::uint64_t key) {
+      const auto above = std::upper_bound(samples.begin(), samples.end(), key,
+                                          [byTick](std::uint64_t value, const auto& sample) {
+                                            return value < (byTick ? sample.tick : sample.time);
+                                          });
+      std::string expected = kUndefined;
+      if (above != samples.begin() && std::prev(above)->rate != 0.0) {
+        const VolmTime::CorrectionSample& s = *std::prev(above);
+        expected =
+            std::to_string(byTick ? s.time + VolmTime::Core::TruncateToUint64(
+                                                 static_cast<double>(key - s.tick) * s.rate)
+                                  : s.tick + VolmTime::Core::TruncateToUint64(
+                                                 static_cast<double>(key - s.time) / s.rate));
+      }
+      std::string actual;
+      try {
+        actual = std::to_string(byTick ? f_->TickToTime(key) : f_->TimeToTick(key));
+      } catch (const VolmTime::Core::CException& failure) {
+        actual = failure.what();
+      }
+      ASSERT_EQ(actual, expected) << (byTick ? "tick " : "time ") << key;
+    };
+    for (int query = 0; query < 3'000; ++query) {
+      const VolmTime::CorrectionSample& near = samples[random() % samples.size()];
+      const bool byTick = query % 2 == 0;
+      const std::uint64_t at = byTick ? near.tick : near.time;
+      // On a sample, just before it, or anywhere from the first sample to past the latest.
+      const std::uint64_t first = byTick ? samples.front().tick : samples.front().time;
+      const std::uint64_t last = byTick ? samples.back().tick : samples.back().time;
+      const std::uint64_t keys[] = {at, at - 1, first - 1 + random() % (last - first + 3)};
+      for (const std::uint64_t key : keys) expect(byTick, key);
+      if (HasFatalFailure()) return;
+    }
+  }
 }
 
 // Stores that no writer following the rules leaves behind, or that one leaves for a moment,

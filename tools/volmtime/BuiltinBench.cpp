@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -86,6 +87,46 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
   Check(factory->CreateSynchronizedClock(Widen(name).c_str(), named.Out()), factory,
         "opening a named clock");
 
+  // A full store, as a publisher leaves it after days: samples 10 us apart (closer on a
+  // machine that has not run that long) ending now, or with random gaps of that mean.
+  constexpr std::uint64_t kFullStore = 524'272;
+  const std::uint64_t step =
+      std::max<std::uint64_t>(1, std::min(frequency / 100'000, now / (kFullStore * 3)));
+  std::mt19937_64 random(11);
+  const auto fillStore = [&](Ref<IPiecewiseLinearCorrection>& full, const std::string& storeName,
+                             bool evenlySpaced) {
+    Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(storeName).c_str(), full.Out()),
+          factory, "creating a full shared function");
+    std::exponential_distribution<double> gap(1.0 / static_cast<double>(step));
+    std::uint64_t sampleTick = now - 2 * kFullStore * step;
+    for (std::uint64_t i = 0; i < kFullStore; ++i) {
+      full->AddSample(sampleTick, 10'000'000.0 / static_cast<double>(frequency),
+                      1'000'000'000 + i * 10'000);
+      sampleTick += evenlySpaced ? step : 1 + static_cast<std::uint64_t>(gap(random));
+    }
+    full->Publish();
+  };
+  Ref<IPiecewiseLinearCorrection> evenStore;
+  Ref<IPiecewiseLinearCorrection> unevenStore;
+  fillStore(evenStore, name + "-even", true);
+  fillStore(unevenStore, name + "-uneven", false);
+  Ref<IClock> namedFull;
+  Check(factory->CreateSynchronizedClock(Widen(name + "-even").c_str(), namedFull.Out()), factory,
+        "opening a named clock over a full store");
+  // Ticks anywhere from the first sample to the latest.
+  const auto deepTicks = [&](IPiecewiseLinearCorrection* store) {
+    std::uint64_t first = 0;
+    std::uint64_t time = 0;
+    store->TimeToTick(1'000'000'000, &first);
+    store->TimeToTick(1'000'000'000 + (kFullStore - 1) * 10'000, &time);
+    std::vector<std::uint64_t> ticks(4096);
+    for (auto& each : ticks) each = first + random() % (time - first);
+    return ticks;
+  };
+  const std::vector<std::uint64_t> evenTicks = deepTicks(evenStore.Get());
+  const std::vector<std::uint64_t> unevenTicks = deepTicks(unevenStore.Get());
+  std::size_t next = 0;
+
   constexpr int kCalls = 300'000;
   std::uint64_t sink = 0;
   struct Reading {
@@ -117,6 +158,27 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
        [&] {
          std::uint64_t t = 0;
          named->GetTime(&t);
+         sink += t;
+       },
+       kCalls},
+      {"named clock GetTime, full store",
+       [&] {
+         std::uint64_t t = 0;
+         namedFull->GetTime(&t);
+         sink += t;
+       },
+       kCalls},
+      {"TickToTime deep in a full store, 10 us apart",
+       [&] {
+         std::uint64_t t = 0;
+         evenStore->TickToTime(evenTicks[next++ & 4095], &t);
+         sink += t;
+       },
+       kCalls},
+      {"TickToTime deep in a full store, random gaps",
+       [&] {
+         std::uint64_t t = 0;
+         unevenStore->TickToTime(unevenTicks[next++ & 4095], &t);
          sink += t;
        },
        kCalls},

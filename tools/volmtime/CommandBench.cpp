@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -13,39 +14,76 @@
 
 namespace {
 
-// Each measurement next to the baseline it is compared with.
+// Each measurement next to the baseline it is compared with, and the most the ratio of their
+// medians may be (0: no target).
 struct Row {
   const char* name;
   const char* what;
   const char* baseline;
+  double target;
 };
 
 constexpr Row kTimeRows[] = {
-    {"RawCounterRead", "raw counter read", nullptr},
-    {"SteadyClockNow", "std::chrono::steady_clock::now()", "RawCounterRead"},
-    {"AbslNow", "absl::Now()", "RawCounterRead"},
-    {"RelativeClockGetTime", "relative clock GetTime", "RawCounterRead"},
-    {"SystemClockGetTime", "system clock GetTime", "RawCounterRead"},
-    {"NamedClockOneSample", "named clock GetTime, one sample", "RawCounterRead"},
-    {"NamedClockFullStore", "named clock GetTime, full store", "RawCounterRead"},
-    {"EvaluateFullStoreLatestSegment", "TickToTime, full store, latest segment", "RawCounterRead"},
-    {"EvaluateFullStoreThroughHistory", "TickToTime, full store, through the history",
-     "RawCounterRead"},
-    {"AddSampleAndPublish", "AddSample + Publish", "RawCounterRead"},
+    {"RawCounterRead", "raw counter read", nullptr, 0},
+    {"SteadyClockNow", "std::chrono::steady_clock::now()", "RawCounterRead", 0},
+    {"AbslNow", "absl::Now()", "RawCounterRead", 0},
+    {"RelativeClockGetTime", "relative clock GetTime", "RawCounterRead", 1.1},
+    {"SystemClockGetTime", "system clock GetTime", "RawCounterRead", 0},
+    {"NamedClockOneSample", "named clock GetTime, one sample", "RawCounterRead", 0},
+    {"NamedClockFullStore", "named clock GetTime, full store", "RawCounterRead", 1.15},
+    {"EvaluateFullStoreLatestSegment", "TickToTime, full store, latest segment", "RawCounterRead",
+     0},
+    {"EvaluateFullStoreThroughHistory", "TickToTime deep in a full store, 10 us apart",
+     "RawCounterRead", 3.0},
+    {"EvaluateFullStoreUnevenHistory", "TickToTime deep in a full store, random gaps",
+     "RawCounterRead", 0},
+    {"AddSampleAndPublish", "AddSample + Publish", "RawCounterRead", 0},
 };
 
-constexpr Row kLatenessRows[] = {
-    {"SleepTime/1/iterations:1", "SleepTime 1 ms", "StdSleepFor/1/iterations:1"},
-    {"StdSleepFor/1/iterations:1", "std::this_thread::sleep_for 1 ms", nullptr},
-    {"ClockNanosleep/1/iterations:1", "clock_nanosleep 1 ms", "StdSleepFor/1/iterations:1"},
-    {"SleepTime/5/iterations:1", "SleepTime 5 ms", "StdSleepFor/5/iterations:1"},
-    {"StdSleepFor/5/iterations:1", "std::this_thread::sleep_for 5 ms", nullptr},
-    {"ClockNanosleep/5/iterations:1", "clock_nanosleep 5 ms", "StdSleepFor/5/iterations:1"},
-    {"SleepTime/20/iterations:1", "SleepTime 20 ms", "StdSleepFor/20/iterations:1"},
-    {"StdSleepFor/20/iterations:1", "std::this_thread::sleep_for 20 ms", nullptr},
-    {"ClockNanosleep/20/iterations:1", "clock_nanosleep 20 ms", "StdSleepFor/20/iterations:1"},
-    {"PeriodicTimerJitter/1/iterations:1", "periodic timer 1 ms, jitter", nullptr},
-    {"PeriodicTimerJitter/10/iterations:1", "periodic timer 10 ms, jitter", nullptr},
+// A way of waiting measured side by side with others in one benchmark run: its counters'
+// prefix, and the prefix of the one it is compared with.
+struct WakeRow {
+  const char* run;
+  const char* prefix;
+  const char* what;
+  const char* baseline;
+  double target;
+};
+
+// Google Benchmark's name of a sleep or timer run: the duration, the busy processes.
+#define VOLM_WAKE(kind, ms, busy) #kind "/ms:" #ms "/busy:" #busy "/iterations:1"
+
+// The target of SleepTime: at most that many us late at the median (-1: no later than
+// sleep_for), and at the 99th percentile no later than sleep_for; 0: none.
+#define VOLM_SLEEP_ROWS(ms, busy, load, target)                                                 \
+  {VOLM_WAKE(Sleeps, ms, busy), "SleepTime", "SleepTime " #ms " ms" load, "sleep_for", target}, \
+      {VOLM_WAKE(Sleeps, ms, busy), "sleep_for", "std::this_thread::sleep_for " #ms " ms" load, \
+       nullptr, 0},                                                                             \
+  {                                                                                             \
+    VOLM_WAKE(Sleeps, ms, busy), "clock_nanosleep", "clock_nanosleep " #ms " ms" load,          \
+        "sleep_for", 0                                                                          \
+  }
+
+constexpr WakeRow kLatenessRows[] = {
+    VOLM_SLEEP_ROWS(1, 0, "", 0),
+    VOLM_SLEEP_ROWS(5, 0, "", 10),
+    VOLM_SLEEP_ROWS(20, 0, "", 0),
+    VOLM_SLEEP_ROWS(5, 2, ", 2 busy processes", -1),
+};
+
+// The target is the period in ms.
+#define VOLM_PERIODIC_ROWS(ms, busy, load)                                                    \
+  {VOLM_WAKE(PeriodicTimers, ms, busy), "timer", "periodic timer " #ms " ms" load, "timerfd", \
+   static_cast<double>(ms)},                                                                  \
+  {                                                                                           \
+    VOLM_WAKE(PeriodicTimers, ms, busy), "timerfd", "timerfd " #ms " ms" load, nullptr, 0     \
+  }
+
+constexpr WakeRow kPeriodicRows[] = {
+    VOLM_PERIODIC_ROWS(1, 0, ""),
+    VOLM_PERIODIC_ROWS(10, 0, ""),
+    VOLM_PERIODIC_ROWS(1, 2, ", 2 busy processes"),
+    VOLM_PERIODIC_ROWS(1, 5, ", 5 busy processes"),
 };
 
 // Google Benchmark's aggregates of repeated runs, by run name and aggregate name.
@@ -59,7 +97,8 @@ class Aggregates {
     }
   }
   // The field of one aggregate, 0 if the benchmark did not run (AbslNow without Abseil).
-  [[nodiscard]] double Get(const std::string& run, const char* aggregate, const char* field) const {
+  [[nodiscard]] double Get(const std::string& run, const char* aggregate,
+                           const std::string& field) const {
     const auto found = byName_.find(run + "|" + aggregate);
     return found == byName_.end() ? 0.0 : found->second.value(field, 0.0);
   }
@@ -106,29 +145,70 @@ int RunBench(const ToolOptions& options) {
 
   std::printf(
       "\n| reading time | mean ns | median ns | spread (stddev) | median ratio to the raw "
-      "counter read |\n|---|---:|---:|---:|---:|\n");
+      "counter read | target |\n|---|---:|---:|---:|---:|---|\n");
   for (const Row& row : kTimeRows) {
     const double median = aggregates.Get(row.name, "median", "real_time");
-    std::printf("| %s | %.1f | %.1f | %.1f | %s |\n", row.what,
+    const double baseline = row.baseline ? aggregates.Get(row.baseline, "median", "real_time") : 0;
+    std::string target;
+    if (row.target > 0 && baseline > 0) {
+      char text[48];
+      std::snprintf(text, sizeof text, "at most %.2fx: %s", row.target,
+                    median <= row.target * baseline ? "held" : "MISSED");
+      target = text;
+    }
+    std::printf("| %s | %.1f | %.1f | %.1f | %s | %s |\n", row.what,
                 aggregates.Get(row.name, "mean", "real_time"), median,
                 aggregates.Get(row.name, "stddev", "real_time"),
-                row.baseline
-                    ? Ratio(median, aggregates.Get(row.baseline, "median", "real_time")).c_str()
-                    : "1.00x");
+                row.baseline ? Ratio(median, baseline).c_str() : "1.00x", target.c_str());
   }
   std::printf(
       "\n| waking up | median late (us), mean | median | spread (stddev) | p99 late (us), median "
-      "| median ratio to sleep_for |\n|---|---:|---:|---:|---:|---:|\n");
-  for (const Row& row : kLatenessRows) {
-    const double median = aggregates.Get(row.name, "median", "median_us");
-    std::printf("| %s | %.1f | %.1f | %.1f | %.1f | %s |\n", row.what,
-                aggregates.Get(row.name, "mean", "median_us"), median,
-                aggregates.Get(row.name, "stddev", "median_us"),
-                aggregates.Get(row.name, "median", "p99_us"),
-                row.baseline
-                    ? Ratio(median, aggregates.Get(row.baseline, "median", "median_us")).c_str()
-                    : "");
+      "| median, p99 ratio to sleep_for | target |\n|---|---:|---:|---:|---:|---:|---|\n");
+  for (const WakeRow& row : kLatenessRows) {
+    const auto get = [&](const char* prefix, const char* aggregate, const char* field) {
+      return aggregates.Get(row.run, aggregate, std::string(prefix) + field);
+    };
+    const double median = get(row.prefix, "median", "_median_us");
+    const double p99 = get(row.prefix, "median", "_p99_us");
+    std::string ratio;
+    std::string target;
+    if (row.baseline) {
+      const double baselineMedian = get(row.baseline, "median", "_median_us");
+      const double baselineP99 = get(row.baseline, "median", "_p99_us");
+      ratio = Ratio(median, baselineMedian) + ", " + Ratio(p99, baselineP99);
+      if (row.target != 0) {
+        const double medianLimit = row.target > 0 ? row.target : baselineMedian;
+        char text[80];
+        std::snprintf(text, sizeof text, "median at most %.1f us, p99 at most %.1f us: %s",
+                      medianLimit, baselineP99,
+                      median <= medianLimit && p99 <= baselineP99 ? "held" : "MISSED");
+        target = text;
+      }
+    }
+    std::printf("| %s | %.1f | %.1f | %.1f | %.1f | %s | %s |\n", row.what,
+                get(row.prefix, "mean", "_median_us"), median,
+                get(row.prefix, "stddev", "_median_us"), p99, ratio.c_str(), target.c_str());
   }
+  std::printf(
+      "\n| periodic timer | mean interval (us) | median deviation (us) | p99 deviation (us) | "
+      "target: mean within 5 us of the period, p99 at most twice timerfd's + 50 us "
+      "|\n|---|---:|---:|---:|---|\n");
+  for (const WakeRow& row : kPeriodicRows) {
+    const auto get = [&](const char* prefix, const char* field) {
+      return aggregates.Get(row.run, "median", std::string(prefix) + field);
+    };
+    const double mean = get(row.prefix, "_mean_interval_us");
+    const double p99 = get(row.prefix, "_p99_us");
+    std::string verdict;
+    if (row.baseline) {
+      const bool held = std::abs(mean - row.target * 1000.0) <= 5.0 &&
+                        p99 <= 2 * get(row.baseline, "_p99_us") + 50.0;
+      verdict = held ? "held" : "MISSED";
+    }
+    std::printf("| %s | %.1f | %.1f | %.1f | %s |\n", row.what, mean, get(row.prefix, "_median_us"),
+                p99, verdict.c_str());
+  }
+  std::printf("\nmedians over the repetitions unless a column says otherwise\n");
   std::printf("\nfull results: %s\n", json.c_str());
   return 0;
 }

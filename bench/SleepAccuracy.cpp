@@ -4,14 +4,10 @@
 // benchmark reports its numbers in microseconds as counters.
 #include "HostFixture.h"
 
+#include "linux/PlatformBaselines.h"
 #include "tools/common/ChildProcess.h"
 
 #include <benchmark/benchmark.h>
-// clock_nanosleep and timerfd: the platform's own sleep and periodic timer, the floor a
-// library can reach.
-#include <sys/timerfd.h>
-#include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -76,13 +72,10 @@ void Sleeps(benchmark::State& state) {
   IClock* clock = nullptr;
   Volm().factory->GetRelativeClock(&clock);
   const std::uint64_t units = static_cast<std::uint64_t>(requested.count()) * 10'000;
-  const timespec request{0, static_cast<long>(requested.count()) * 1'000'000L};
   Way ways[] = {
       {"SleepTime", [clock, units] { clock->SleepTime(units); }, {}},
       {"sleep_for", [requested] { std::this_thread::sleep_for(requested); }, {}},
-      {"clock_nanosleep",
-       [&request] { clock_nanosleep(CLOCK_MONOTONIC, 0, &request, nullptr); },
-       {}},
+      {"clock_nanosleep", [requested] { PlatformSleep(requested); }, {}},
   };
   const Load load(state.range(1));
   for (auto _ : state) {
@@ -122,9 +115,7 @@ void PeriodicTimers(benchmark::State& state) {
   IWaitableTimer* timer = nullptr;
   clock->CreateTimer(&timer);
   timer->SetPeriodic(static_cast<std::uint64_t>(periodMs) * 10'000);
-  const int descriptor = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-  const itimerspec setting{{0, periodMs * 1'000'000L}, {0, periodMs * 1'000'000L}};
-  timerfd_settime(descriptor, 0, &setting, nullptr);
+  const PlatformPeriodicTimer timerfd{std::chrono::milliseconds(periodMs)};
   Way ways[] = {
       {"timer",
        [timer] {
@@ -132,12 +123,7 @@ void PeriodicTimers(benchmark::State& state) {
          timer->Wait(VOLM_INFINITE, &outcome);
        },
        {}},
-      {"timerfd",
-       [descriptor] {
-         std::uint64_t expirations = 0;
-         benchmark::DoNotOptimize(read(descriptor, &expirations, sizeof expirations));
-       },
-       {}},
+      {"timerfd", [&timerfd] { timerfd.Wait(); }, {}},
   };
   const Load load(state.range(1));
   for (auto _ : state) {
@@ -166,7 +152,6 @@ void PeriodicTimers(benchmark::State& state) {
     state.counters[std::string(way.name) + "_median_us"] = Median(deviation);
     state.counters[std::string(way.name) + "_p99_us"] = Percentile99(deviation);
   }
-  close(descriptor);
   timer->Cancel();
   timer->Release();
   clock->Release();

@@ -1,11 +1,10 @@
 // Reading time, evaluating a full store and appending, each next to the alternatives a host
 // would otherwise use. Run: volm_benchmarks --benchmark_out=results.json
 #include "HostFixture.h"
+#include "linux/PlatformBaselines.h"
 
 #include <absl/time/clock.h>
 #include <benchmark/benchmark.h>
-// The raw counter the Linux build reads: the baseline every clock is measured against.
-#include <time.h>
 
 #include <algorithm>
 #include <chrono>
@@ -25,9 +24,7 @@ constexpr std::uint64_t kFullStore = 524'272;
 
 void RawCounterRead(benchmark::State& state) {
   for (auto _ : state) {
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC_RAW, &now);
-    benchmark::DoNotOptimize(now);
+    benchmark::DoNotOptimize(ReadPlatformCounter());
   }
 }
 BENCHMARK(RawCounterRead);

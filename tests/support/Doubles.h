@@ -1,14 +1,13 @@
 // The test doubles: a core counter the test steers or that always fails, a correction
-// function component whose rate and failures the test chooses, a tick timer component that
-// records its armings, and a tick-timer platform that records what it arms. The platform's
-// own fault injection stands in for a failing platform.
+// function component whose rate and failures the test chooses, and a tick timer component
+// that records its armings. The platform's own fault injection stands in for a failing
+// platform.
 #ifndef TESTS_SUPPORT_DOUBLES_H
 #define TESTS_SUPPORT_DOUBLES_H
 
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/IHighResolutionCounter.h"
 #include "VolmTime/Core/IWaitableTickTimer.h"
-#include "VolmTime/Core/TickTimerPlatform.h"
 #include "VolmTime/ICorrectionFunction2.h"
 #include "framework/CVolmError.h"
 #include "framework/CVolmUnknownImpl.h"
@@ -128,36 +127,6 @@ class RecordingTickTimer : public CVolmUnknownImpl1<IWaitableTickTimer> {
     calls.push_back(std::string(what) + " " + std::to_string(ticks));
     return result;
   }
-};
-
-// The real platform, with every arming recorded as "dueTime/periodMs" and timer creation
-// that can be made to fail.
-class RecordingPlatform : public VolmTime::Core::ITickTimerPlatform {
- public:
-  using Handle = VolmTime::Platform::NativeHandle;
-  VolmTime::Platform::UniqueHandle CreateAutoResetTimer() override {
-    if (failTimerCreation) return {};
-    return Real().CreateAutoResetTimer();
-  }
-  VolmTime::Platform::UniqueHandle CreateAutoResetEvent() override {
-    return Real().CreateAutoResetEvent();
-  }
-  bool ArmTimer(Handle timer, std::int64_t dueTime, std::int32_t periodMs) override {
-    armings.push_back(std::to_string(dueTime) + "/" + std::to_string(periodMs));
-    return Real().ArmTimer(timer, dueTime, periodMs);
-  }
-  bool CancelTimer(Handle timer) override { return Real().CancelTimer(timer); }
-  bool SetEvent(Handle event) override { return Real().SetEvent(event); }
-  bool ResetEvent(Handle event) override { return Real().ResetEvent(event); }
-  std::uint32_t WaitForAny(const Handle* handles, std::uint32_t count,
-                           std::uint32_t timeoutMs) override {
-    return Real().WaitForAny(handles, count, timeoutMs);
-  }
-  bool failTimerCreation = false;
-  std::vector<std::string> armings;
-
- private:
-  static ITickTimerPlatform& Real() { return VolmTime::Core::SystemTickTimerPlatform(); }
 };
 
 #endif  // TESTS_SUPPORT_DOUBLES_H

@@ -31,12 +31,6 @@ inline std::string LastErrorText(IGetVolmError* source) {
   return error ? TextOf(error.Get()) : "<none>";
 }
 
-inline VolmResult LastErrorCode(IGetVolmError* source) {
-  CVolmPtr<IVolmError> error;
-  source->GetError(error.Put());
-  return error ? error->GetCode() : VOLM_S_OK;
-}
-
 // Runs `call` and returns the message of the CException it throws ("" if none).
 template <typename Call>
 std::string FailureOf(Call&& call) {

@@ -3,8 +3,6 @@
 // lets go of NAME as soon as NAME-release appears.
 //   create-store NAME SIZE BYTE HOLD_MS   create NAME, fill it with BYTE, hold it for HOLD_MS
 //                                         or until released, exit 0
-//   read-store NAME BYTE                  exit 0 if NAME's bytes are all BYTE, 1 if not,
-//                                         2 if it cannot be opened (the reason on stderr)
 //   churn NAME SIZE MS                    for MS milliseconds open NAME as writer and as
 //                                         reader in turn; exit 1 if a view is smaller than
 //                                         SIZE or not set up, or an opening fails for any
@@ -43,20 +41,6 @@ int CreateStore(const std::string& name, std::size_t size, int byte, long holdMs
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   return 0;
-}
-
-int ReadStore(const std::string& name, int byte) {
-  try {
-    const SharedMemoryMapping store = SharedMemoryMapping::OpenReadOnly(name);
-    const auto* bytes = static_cast<const unsigned char*>(store.Address());
-    for (std::size_t i = 0; i < store.Size(); i += 997) {
-      if (bytes[i] != byte) return 1;
-    }
-    return 0;
-  } catch (const SharedMemoryError& failure) {
-    std::fprintf(stderr, "read-store: %s\n", failure.what());
-    return 2;
-  }
 }
 
 // Writers stamp the store's first and last byte; a reader that finds a stamped first byte
@@ -107,7 +91,6 @@ int main(int argc, char** argv) {
       return CreateStore(argv[2], std::strtoull(argv[3], nullptr, 10), std::atoi(argv[4]),
                          std::atol(argv[5]));
     }
-    if (command == "read-store" && argc == 4) return ReadStore(argv[2], std::atoi(argv[3]));
     if (command == "churn" && argc == 5) {
       return Churn(argv[2], std::strtoull(argv[3], nullptr, 10), std::atol(argv[4]));
     }
@@ -116,7 +99,6 @@ int main(int argc, char** argv) {
     return 3;
   }
   std::fprintf(stderr,
-               "usage: volm_test_helper create-store NAME SIZE BYTE HOLD_MS | read-store NAME BYTE"
-               " | churn NAME SIZE MS\n");
+               "usage: volm_test_helper create-store NAME SIZE BYTE HOLD_MS | churn NAME SIZE MS\n");
   return 64;
 }

@@ -9,7 +9,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 constexpr std::uint64_t kUnitsPerMs = 10'000;
 
 // CreateInstance lends the one factory without a reference; whatever a host holds keeps
@@ -58,73 +57,37 @@ TEST_F(HostTest, EntryPointsLendOneFactoryAndTellWhenTheModuleIsIdle) {
   clock.Reset();
 }
 
-TEST_F(FactoryHostTest, ClocksCountTheCountersTicksAndTheSystemTime) {
-  Ref<IHighResolutionCounter> counter;
-  ASSERT_EQ(factory_->GetCounter(counter.Out()), VOLM_S_OK);
-  std::uint64_t frequency = 0;
-  ASSERT_EQ(counter->GetFrequency(&frequency), VOLM_S_OK);
-  bool flag = false;
-  EXPECT_EQ(factory_->IsCounterAvailable(&flag), VOLM_S_OK);
-  EXPECT_TRUE(flag);
-  Ref<ICorrectionFunction> correction;
-  ASSERT_EQ(relative_->GetCorrectionFunction(correction.Out()), VOLM_S_OK);
-  double rate = 0;
-  ASSERT_EQ(correction->GetRate(&rate), VOLM_S_OK);
-  EXPECT_DOUBLE_EQ(rate, 10'000'000.0 / static_cast<double>(frequency));
+// How the clocks count is tested on the platform and the clock objects; here one reading and
+// one sleep of each join, and a timer among the host's own events.
+TEST_F(FactoryHostTest, ClocksSleepAndTheirTimersWakeTheHostAmongItsOwnEvents) {
   std::uint64_t start = 0;
   ASSERT_EQ(relative_->GetTime(&start), VOLM_S_OK);
   EXPECT_LT(start, 5'000 * kUnitsPerMs);  // the factory was made moments ago
-  const auto hostStart = Clock::now();
-  ASSERT_EQ(relative_->SleepTime(200 * kUnitsPerMs), VOLM_S_OK);
+  ASSERT_EQ(relative_->SleepTime(20 * kUnitsPerMs), VOLM_S_OK);
   std::uint64_t end = 0;
   ASSERT_EQ(relative_->GetTime(&end), VOLM_S_OK);
-  const double hostMs = std::chrono::duration<double, std::milli>(Clock::now() - hostStart).count();
-  const double clockMs = static_cast<double>(end - start) / kUnitsPerMs;
-  EXPECT_GE(clockMs, 200.0);
-  EXPECT_NEAR(clockMs, hostMs, 0.05 * hostMs + 20.0);
-  // The system clock agrees with the host's own reading (10 ms either side for granularity).
-  const auto hostUnits = std::chrono::duration_cast<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>(
-      std::chrono::system_clock::now().time_since_epoch());
-  std::uint64_t system = 0;
-  ASSERT_EQ(system_->GetTime(&system), VOLM_S_OK);
-  EXPECT_NEAR(static_cast<double>(system),
-              static_cast<double>(hostUnits.count()) + 116'444'736'000'000'000.0, 100'000.0);
-  EXPECT_EQ(system_->IsSystemTime(&flag), VOLM_S_OK);
-  EXPECT_TRUE(flag);
-}
-
-TEST_F(FactoryHostTest, TimersAndWaitsWakeTheHostAmongItsOwnEvents) {
+  EXPECT_GE(end - start, 20 * kUnitsPerMs);
+  bool isSystem = false;
+  EXPECT_EQ(system_->IsSystemTime(&isSystem), VOLM_S_OK);
+  EXPECT_TRUE(isSystem);
   Ref<IWaitableTimer> timer;
-  ASSERT_EQ(relative_->CreateTimer(timer.Out()), VOLM_S_OK);
+  ASSERT_EQ(system_->CreateTimer(timer.Out()), VOLM_S_OK);
   Ref<IWaitForEvents> waiter;
   ASSERT_EQ(factory_->CreateWaitForEvents(waiter.Out()), VOLM_S_OK);
   HostEvent event;
   VolmHandle handles[2] = {event.Handle(), VolmHandle{}};
   ASSERT_EQ(timer->GetHandle(&handles[1]), VOLM_S_OK);
-  const auto start = Clock::now();
-  ASSERT_EQ(timer->SetRelative(30 * kUnitsPerMs), VOLM_S_OK);
+  std::uint64_t now = 0;
+  ASSERT_EQ(system_->GetTime(&now), VOLM_S_OK);
+  ASSERT_EQ(timer->SetAbsolute(now + 30 * kUnitsPerMs), VOLM_S_OK);
   std::uint32_t outcome = 0;
   ASSERT_EQ(waiter->Wait(handles, 2, false, 10'000, &outcome), VOLM_S_OK);
   EXPECT_EQ(outcome, VOLM_WAIT_OBJECT_0 + 1);
-  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(25));
-  std::thread signaller([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    event.Signal();
-  });
+  ASSERT_EQ(system_->GetTime(&end), VOLM_S_OK);
+  EXPECT_GE(end + 5 * kUnitsPerMs, now + 30 * kUnitsPerMs);  // granularity may differ by some ms
+  event.Signal();
   ASSERT_EQ(waiter->Wait(handles, 2, false, 10'000, &outcome), VOLM_S_OK);
-  signaller.join();
   EXPECT_EQ(outcome, VOLM_WAIT_OBJECT_0);
-  // An absolute time on the system clock's axis.
-  ASSERT_EQ(system_->CreateTimer(timer.Out()), VOLM_S_OK);
-  std::uint64_t now = 0;
-  ASSERT_EQ(system_->GetTime(&now), VOLM_S_OK);
-  const std::uint64_t due = now + 30 * kUnitsPerMs;
-  ASSERT_EQ(timer->SetAbsolute(due), VOLM_S_OK);
-  std::int32_t fired = 99;
-  ASSERT_EQ(timer->Wait(10'000, &fired), VOLM_S_OK);
-  EXPECT_EQ(fired, 0);
-  ASSERT_EQ(system_->GetTime(&now), VOLM_S_OK);
-  EXPECT_GE(now + 5 * kUnitsPerMs, due);  // the clocks' granularity may differ by some ms
 }
 
 TEST_F(FactoryHostTest, LocalFunctionsEvaluateWhatTheHostPublished) {

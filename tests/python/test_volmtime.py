@@ -1,6 +1,7 @@
 """The volmtime module against the real library, and with the volmtime tool as the C++ side."""
 
 import itertools
+import json
 import os
 import signal
 import subprocess
@@ -199,3 +200,16 @@ def test_python_reads_a_named_clock_that_the_tool_publishes(base):
     finally:
         publisher.send_signal(signal.SIGTERM)
         assert publisher.wait(30) == 0
+
+
+@pytest.mark.skipif(not TOOL, reason="VOLMTIME_TOOL names the volmtime tool (set by ctest)")
+def test_the_tool_reads_a_named_clock_that_python_publishes(base):
+    name = fresh_name()
+    with base.counter() as counter, base.system_clock() as system, \
+            base.create_shared_correction(name) as writer:
+        # One hour ahead of the system clock, at the counter's nominal rate.
+        writer.add_sample(counter.tick(), SECOND / counter.frequency, system.time() + 3600 * SECOND)
+        writer.publish()
+        report = subprocess.run([TOOL, "tracking", name, "--json"], capture_output=True,
+                                text=True, timeout=60, check=True)
+    assert abs(json.loads(report.stdout)["offset_ns"] - 3600e9) < 1e9

@@ -23,6 +23,7 @@ TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
   Function function;
   std::atomic<std::uint64_t> publishedTick{0};
   std::atomic<bool> stop{false};
+  std::atomic<std::uint64_t> readerRounds{0};
 
   std::thread writer([&] {
     std::uint64_t tick = 1'000;
@@ -31,6 +32,7 @@ TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
     // however late the reader runs: every failure is a fault.
     constexpr std::uint64_t kLastTick = 1'000 + 10 * 400'000;
     while (std::chrono::steady_clock::now() < deadline && tick < kLastTick) {
+      const std::uint64_t roundsBefore = readerRounds.load();
       // Bursts of appends, each published, make lapping likely; a writer keeps a reader's
       // view intact only while it appends fewer than 16 samples between two publishes.
       for (int i = 0; i < 40; ++i) {
@@ -40,8 +42,13 @@ TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
       }
       publishedTick.store(tick, std::memory_order_release);
       // A writer that never paused would lap every reader for good; real ones publish at
-      // most some thousand times a second.
+      // most some thousand times a second. Where a short sleep returns at once (Wine) or the
+      // reader's thread is starved, the writer also waits, a bounded while, for the reader to
+      // finish a round, so that the reader races a writer that is still writing.
       std::this_thread::sleep_for(std::chrono::microseconds(20));
+      const auto patience = std::chrono::steady_clock::now() + std::chrono::milliseconds(5);
+      while (readerRounds.load() == roundsBefore && std::chrono::steady_clock::now() < patience)
+        std::this_thread::yield();
     }
     stop.store(true);
   });
@@ -70,6 +77,7 @@ TEST(LappedReader, AnswersStayOnTheFunctionWhileTheWriterRaces) {
       }
       ++evaluations;
     }
+    readerRounds.fetch_add(1);
   }
   writer.join();
   // Under a loaded machine or Wine the reader may get few turns; it must get some answers.

@@ -46,6 +46,16 @@ bool AddToSet(int set, int member) noexcept {
   return ::epoll_ctl(set, EPOLL_CTL_ADD, member, &event) == 0;
 }
 
+// The timer behind a handle; nothing when the handle is unknown or names an event.
+std::optional<Linux::HandleEntry> LookUpTimer(NativeHandle handle) noexcept {
+  try {
+    std::optional<Linux::HandleEntry> entry = Linux::LookUpHandle(handle);
+    if (entry && entry->kind != Linux::HandleKind::kAutoResetEvent) return entry;
+  } catch (...) {
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 UniqueHandle CreateWaitableTimerImpl(bool manualReset) noexcept {
@@ -77,13 +87,8 @@ UniqueHandle CreateWaitableTimerImpl(bool manualReset) noexcept {
 
 bool ArmWaitableTimerImpl(NativeHandle timer, std::int64_t dueTime,
                           std::int32_t periodMs) noexcept {
-  std::optional<Linux::HandleEntry> entry;
-  try {
-    entry = Linux::LookUpHandle(timer);
-  } catch (...) {
-    return false;
-  }
-  if (!entry || entry->kind == Linux::HandleKind::kAutoResetEvent) return false;
+  const std::optional<Linux::HandleEntry> entry = LookUpTimer(timer);
+  if (!entry) return false;
 
   // Arming resets the signalled state, a firing kept across a cancel included.
   Drain(entry->keptFiring);
@@ -115,13 +120,8 @@ bool ArmWaitableTimerImpl(NativeHandle timer, std::int64_t dueTime,
 }
 
 bool CancelWaitableTimer(NativeHandle timer) noexcept {
-  std::optional<Linux::HandleEntry> entry;
-  try {
-    entry = Linux::LookUpHandle(timer);
-  } catch (...) {
-    return false;
-  }
-  if (!entry || entry->kind == Linux::HandleKind::kAutoResetEvent) return false;
+  const std::optional<Linux::HandleEntry> entry = LookUpTimer(timer);
+  if (!entry) return false;
   // Disarming a timerfd forgets its expirations; a firing that already happened must stay
   // signalled, so it moves to the kept-firing event first.
   bool fired = false;

@@ -57,13 +57,6 @@ TEST_F(NamedClocks, ClocksOfOneNameShareOneFunctionUntilTheLastLetsGo) {
     EXPECT_EQ(CorrectionOf(first.Get()), CorrectionOf(second.Get()));
     std::uint64_t time = 0;
     EXPECT_EQ(first->GetTime(&time), VOLM_S_OK);
-    // An advanced reader of the same name is a function of its own.
-    CVolmPtr<ICorrectionFunction> reader;
-    ASSERT_EQ(advanced_->OpenSharedMemoryCorrection(wide_.c_str(),
-                                                    reinterpret_cast<IPiecewiseLinearCorrection**>(
-                                                        reader.Put())),
-              VOLM_S_OK);
-    EXPECT_NE(static_cast<void*>(reader.Get()), static_cast<void*>(CorrectionOf(first.Get())));
   }
   EXPECT_EQ(GetLiveObjectCount(), liveWithoutClocks);
   EXPECT_EQ(factory_->CreateSynchronizedClock(wide_.c_str(), nullptr), VOLM_S_OK);

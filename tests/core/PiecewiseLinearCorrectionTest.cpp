@@ -41,7 +41,8 @@ class PiecewiseLinear : public ::testing::Test {
   }
   // Appends `count` samples with tick = time = 10 * (start + i).
   void AppendRun(std::uint64_t start, std::uint64_t count) {
-    for (std::uint64_t i = 0; i < count; ++i) f_->AddSample(10 * (start + i), 1.0, 10 * (start + i));
+    for (std::uint64_t i = 0; i < count; ++i)
+      f_->AddSample(10 * (start + i), 1.0, 10 * (start + i));
   }
   std::unique_ptr<Function> f_ = std::make_unique<Function>();
 };
@@ -55,8 +56,8 @@ TEST_F(PiecewiseLinear, SegmentsEvaluateBothWaysOnlyWhereDefined) {
   f_->AddSample(300, 0.5, 1300);
   f_->Publish();
   const std::pair<std::uint64_t, std::string> ticks[] = {
-      {99, kUndefined}, {100, "1000"}, {150, "1100"}, {199, "1198"}, {200, kUndefined},
-      {299, kUndefined}, {300, "1300"}, {1000, "1650"}};
+      {99, kUndefined},  {100, "1000"},     {150, "1100"}, {199, "1198"},
+      {200, kUndefined}, {299, kUndefined}, {300, "1300"}, {1000, "1650"}};
   for (const auto& [tick, expected] : ticks) EXPECT_EQ(At(tick), expected) << tick;
   const std::pair<std::uint64_t, std::string> times[] = {
       {999, kUndefined}, {1150, "175"}, {1250, kUndefined}, {1300, "300"}, {1400, "500"}};
@@ -157,68 +158,49 @@ TEST_F(PiecewiseLinear, SixteenOrMoreUnpublishedAppendsAnswerFromTheSlotsAsTheyA
 // what a plain binary search over the readable samples gives.
 TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
   std::mt19937_64 random(2024);
-  struct Shape {
-    const char* name;
-    std::uint64_t samples;
-    std::function<std::uint64_t()> gap;
-  };
-  const std::vector<Shape> shapes = {
-      {"even", kHistoryCapacity + 100, [] { return std::uint64_t{10'000}; }},
-      {"random", 70'000, [&] { return 1 + random() % 20'000; }},
-      {"clustered", 9'000,
-       [&] { return random() % 8 == 0 ? 1 + random() % 1'000'000 : 1 + random() % 3; }},
-      {"short", 1 + random() % 6, [&] { return 1 + random() % 100; }},
-  };
-  for (const Shape& shape : shapes) {
-    SCOPED_TRACE(shape.name);
+  const auto upTo = [&](std::uint64_t most) { return 1 + random() % most; };
+  const std::pair<std::uint64_t, std::function<std::uint64_t()>> shapes[] = {
+      {kHistoryCapacity + 100, [] { return std::uint64_t{10'000}; }},
+      {70'000, [&] { return upTo(20'000); }},
+      {9'000, [&] { return random() % 8 == 0 ? upTo(1'000'000) : upTo(3); }},
+      {upTo(6), [&] { return upTo(100); }}};
+  for (const auto& [count, gap] : shapes) {
     f_->Reset();
     std::vector<VolmTime::CorrectionSample> samples;
-    std::uint64_t tick = 1'000;
-    std::uint64_t time = 5'000;
-    for (std::uint64_t i = 0; i < shape.samples; ++i) {
+    for (std::uint64_t i = 0, tick = 1'000, time = 5'000; i < count; ++i) {
       const double rate = random() % 50 == 0 ? 0.0 : 0.5 + static_cast<double>(random() % 100) / 64;
       samples.push_back({tick, time, rate});
       f_->AddSample(tick, rate, time);
-      tick += shape.gap();
-      time += 1 + random() % 30'000;
+      tick += gap();
+      time += upTo(30'000);
     }
     f_->Publish();
     // What a reader sees: the full window's worth of the newest samples.
     const std::size_t window = kHistoryCapacity - 17 + 1;
     if (samples.size() > window) samples.erase(samples.begin(), samples.end() - window);
-
-    const auto expect = [&](bool byTick, std::uint64_t key) {
-      const auto above = std::upper_bound(samples.begin(), samples.end(), key,
-                                          [byTick](std::uint64_t value, const auto& sample) {
-                                            return value < (byTick ? sample.tick : sample.time);
-                                          });
-      std::string expected = kUndefined;
-      if (above != samples.begin() && std::prev(above)->rate != 0.0) {
-        const VolmTime::CorrectionSample& s = *std::prev(above);
-        expected =
-            std::to_string(byTick ? s.time + VolmTime::Core::TruncateToUint64(
-                                                 static_cast<double>(key - s.tick) * s.rate)
-                                  : s.tick + VolmTime::Core::TruncateToUint64(
-                                                 static_cast<double>(key - s.time) / s.rate));
-      }
-      std::string actual;
-      try {
-        actual = std::to_string(byTick ? f_->TickToTime(key) : f_->TimeToTick(key));
-      } catch (const VolmTime::Core::CException& failure) {
-        actual = failure.what();
-      }
-      ASSERT_EQ(actual, expected) << (byTick ? "tick " : "time ") << key;
-    };
     for (int query = 0; query < 3'000; ++query) {
-      const VolmTime::CorrectionSample& near = samples[random() % samples.size()];
       const bool byTick = query % 2 == 0;
-      const std::uint64_t at = byTick ? near.tick : near.time;
+      const auto key = [byTick](const VolmTime::CorrectionSample& s) {
+        return byTick ? s.tick : s.time;
+      };
+      const std::uint64_t near = key(samples[random() % samples.size()]);
+      const std::uint64_t first = key(samples.front());
       // On a sample, just before it, or anywhere from the first sample to past the latest.
-      const std::uint64_t first = byTick ? samples.front().tick : samples.front().time;
-      const std::uint64_t last = byTick ? samples.back().tick : samples.back().time;
-      const std::uint64_t keys[] = {at, at - 1, first - 1 + random() % (last - first + 3)};
-      for (const std::uint64_t key : keys) expect(byTick, key);
-      if (HasFatalFailure()) return;
+      for (const std::uint64_t at :
+           {near, near - 1, first - 1 + random() % (key(samples.back()) - first + 3)}) {
+        const auto above =
+            std::upper_bound(samples.begin(), samples.end(), at,
+                             [&](std::uint64_t k, const auto& s) { return k < key(s); });
+        std::string expected = kUndefined;
+        if (above != samples.begin() && std::prev(above)->rate != 0.0) {
+          const VolmTime::CorrectionSample& s = *std::prev(above);
+          const double offset = static_cast<double>(at - key(s));
+          expected =
+              std::to_string(byTick ? s.time + VolmTime::Core::TruncateToUint64(offset * s.rate)
+                                    : s.tick + VolmTime::Core::TruncateToUint64(offset / s.rate));
+        }
+        ASSERT_EQ(byTick ? At(at) : TickOf(at), expected) << (byTick ? "tick " : "time ") << at;
+      }
     }
   }
 }
@@ -227,8 +209,8 @@ TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
 // still get an answer from the slots as they stand, never a retry that can be made to last.
 class StoreAsItStands : public ::testing::Test {
  protected:
-  class Reader : public VolmTime::Core::PiecewiseLinearCorrectionFunction<std::uint64_t,
-                                                                            std::uint64_t> {
+  class Reader
+      : public VolmTime::Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t> {
    public:
     explicit Reader(VolmTime::SampleStore* store) : PiecewiseLinearCorrectionFunction(false) {
       AttachStore(store);

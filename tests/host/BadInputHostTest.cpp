@@ -6,7 +6,7 @@
 // (platform SharedMemoryFiles, components NamedClockWaits).
 #include "HostFixture.h"
 
-#include "tests/support/HostEvent.h"
+#include "examples/HostEvent.h"
 #include "tests/support/UniqueName.h"
 
 #include <chrono>

@@ -2,7 +2,7 @@
 // a host's side. What the objects do in detail is tested on the objects themselves.
 #include "HostFixture.h"
 
-#include "tests/support/HostEvent.h"
+#include "examples/HostEvent.h"
 
 #include <chrono>
 #include <thread>

@@ -5,7 +5,7 @@
 #include "platform/SystemTime.h"
 #include "platform/Timer.h"
 #include "platform/Wait.h"
-#include "tests/support/HostEvent.h"
+#include "examples/HostEvent.h"
 
 #include <gtest/gtest.h>
 

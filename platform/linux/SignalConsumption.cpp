@@ -77,8 +77,8 @@ Consumption ConsumptionOf(int descriptor) {
 PollTargets PollTargetsOf(int descriptor) {
   const auto entry = LookUpHandle(descriptor);
   if (entry && entry->kind == HandleKind::kAutoResetTimer) {
-    return {{entry->monotonicTimer, entry->realtimeTimer, entry->keptFiring}, 3,
-            Consumption::kCounter};
+    return {
+        {entry->monotonicTimer, entry->realtimeTimer, entry->keptFiring}, 3, Consumption::kCounter};
   }
   return {{descriptor}, 1, ConsumptionOfEntry(entry, descriptor)};
 }

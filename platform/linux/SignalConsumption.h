@@ -11,8 +11,10 @@ namespace VolmTime::Platform::Linux {
 
 enum class Consumption {
   kNone,      // a host's pipe or socket, a manual-reset timer: left as it is
-  kCounter,   // an auto-reset event, a host's non-blocking eventfd or timerfd: one read
-  kTimerSet,  // one of our auto-reset timers: a read of whichever inner timer is ready
+  kCounter,   // an auto-reset event, a host's non-blocking eventfd or timerfd, or one
+              // descriptor of our auto-reset timer (see PollTargetsOf): one read
+  kTimerSet,  // one of our auto-reset timers as a whole, through its epoll set: a read of
+              // whichever inner descriptor is ready
 };
 
 // Looks the descriptor up among the platform layer's own objects, or finds out what kind

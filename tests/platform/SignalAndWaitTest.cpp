@@ -110,6 +110,12 @@ TEST(Timer, PeriodicTimerRepeatsUntilCancelledAndCancelKeepsAFiringThatHappened)
   ASSERT_TRUE(CancelWaitableTimer(timer.Get()));
   EXPECT_EQ(WaitForOne(timer.Get(), 0), kWaitObject0);
   EXPECT_EQ(WaitForOne(timer.Get(), 0), kWaitTimeout);
+  // Arming again resets the signalled state, a firing kept across a cancel included.
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), 0, 0));
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  ASSERT_TRUE(CancelWaitableTimer(timer.Get()));
+  ASSERT_TRUE(ArmWaitableTimer(timer.Get(), -10'000 * kUnitsPerMs, 0));
+  EXPECT_EQ(WaitForOne(timer.Get(), 0), kWaitTimeout);
 }
 
 TEST(Timer, AutoResetReleasesOneWaiterManualResetAllUntilArmedAgain) {

@@ -1,12 +1,10 @@
-// A second process for the platform tests. The test and the helper talk through named
-// stores of their own: NAME-ready appears once the helper has set up NAME, and the helper
-// lets go of NAME as soon as NAME-release appears.
-//   create-store NAME SIZE BYTE HOLD_MS   create NAME, fill it with BYTE, hold it for HOLD_MS
-//                                         or until released, exit 0
-//   churn NAME SIZE MS                    for MS milliseconds open NAME as writer and as
-//                                         reader in turn; exit 1 if a view is smaller than
-//                                         SIZE or not set up, or an opening fails for any
-//                                         reason but a missing name, 0 otherwise
+// A second process for the platform tests. A store named NAME-ready tells the test that the
+// helper has set up NAME.
+//   create-store NAME SIZE BYTE   create NAME and fill it with BYTE, then hold it until
+//                                 killed (a minute at most)
+//   churn NAME SIZE MS            for MS milliseconds open NAME as writer and as reader in
+//                                 turn; exit 1 if a view is smaller than SIZE or not set up,
+//                                 or an opening fails for any reason but a missing name
 #include "platform/SharedMemory.h"
 
 #include <atomic>
@@ -23,23 +21,11 @@ using VolmTime::Platform::SharedMemoryError;
 using VolmTime::Platform::SharedMemoryMapping;
 using Clock = std::chrono::steady_clock;
 
-bool Exists(const std::string& name) {
-  try {
-    (void)SharedMemoryMapping::OpenReadOnly(name);
-    return true;
-  } catch (const SharedMemoryError&) {
-    return false;
-  }
-}
-
-int CreateStore(const std::string& name, std::size_t size, int byte, long holdMs) {
+int CreateStore(const std::string& name, std::size_t size, int byte) {
   SharedMemoryMapping store = SharedMemoryMapping::CreateOrOpen(name, size);
   std::memset(store.Address(), byte, size);
   const SharedMemoryMapping ready = SharedMemoryMapping::CreateOrOpen(name + "-ready", 1);
-  const auto end = Clock::now() + std::chrono::milliseconds(holdMs);
-  while (Clock::now() < end && !Exists(name + "-release")) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  std::this_thread::sleep_for(std::chrono::minutes(1));
   return 0;
 }
 
@@ -87,18 +73,15 @@ int Churn(const std::string& name, std::size_t size, long durationMs) {
 int main(int argc, char** argv) {
   const std::string command = argc > 1 ? argv[1] : "";
   try {
-    if (command == "create-store" && argc == 6) {
-      return CreateStore(argv[2], std::strtoull(argv[3], nullptr, 10), std::atoi(argv[4]),
-                         std::atol(argv[5]));
-    }
-    if (command == "churn" && argc == 5) {
+    if (command == "create-store" && argc == 5)
+      return CreateStore(argv[2], std::strtoull(argv[3], nullptr, 10), std::atoi(argv[4]));
+    if (command == "churn" && argc == 5)
       return Churn(argv[2], std::strtoull(argv[3], nullptr, 10), std::atol(argv[4]));
-    }
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s: %s\n", command.c_str(), failure.what());
     return 3;
   }
   std::fprintf(stderr,
-               "usage: volm_test_helper create-store NAME SIZE BYTE HOLD_MS | churn NAME SIZE MS\n");
+               "usage: volm_test_helper create-store NAME SIZE BYTE | churn NAME SIZE MS\n");
   return 64;
 }

@@ -10,33 +10,20 @@
 
 namespace {
 
-
-class ForeignStoreHost : public FactoryHostTest {
- protected:
-  void SetUp() override {
-    FactoryHostTest::SetUp();
-    if (HasFatalFailure()) return;
-    ASSERT_EQ(advanced_->CreateSharedMemoryCorrection(wide_.c_str(), writer_.Out()), VOLM_S_OK);
-  }
-  void TearDown() override {
-    writer_.Reset();
-    FactoryHostTest::TearDown();
-  }
-
-  std::string name_ = UniqueName("volm-foreign");
-  Wide wide_ = Wide(name_.begin(), name_.end());
-  Ref<IPiecewiseLinearCorrection> writer_;
-};
+using ForeignStoreHost = FactoryHostTest;
 
 TEST_F(ForeignStoreHost, ForeignReaderEvaluatesWhatTheLibrarysWriterPublished) {
-  ASSERT_EQ(writer_->AddSample(100, 2.0, 1000), VOLM_S_OK);
-  ASSERT_EQ(writer_->AddSample(200, 0.5, 1300), VOLM_S_OK);
-  ASSERT_EQ(writer_->Publish(), VOLM_S_OK);
-  const ForeignStore foreign(name_, false);
+  const std::string name = UniqueName("volm-foreign");
+  Ref<IPiecewiseLinearCorrection> writer;
+  ASSERT_EQ(advanced_->CreateSharedMemoryCorrection(WideOf(name).c_str(), writer.Out()), VOLM_S_OK);
+  ASSERT_EQ(writer->AddSample(100, 2.0, 1000), VOLM_S_OK);
+  ASSERT_EQ(writer->AddSample(200, 0.5, 1300), VOLM_S_OK);
+  ASSERT_EQ(writer->Publish(), VOLM_S_OK);
+  const ForeignStore foreign(name, false);
   VolmTime::SampleStoreHeader published{};
   std::memcpy(&published, &foreign.Store().header, sizeof published);
   // Appending without publishing leaves the header as it was.
-  for (std::uint64_t i = 1; i <= 3; ++i) ASSERT_EQ(writer_->AddSample(200 + i, 1.0, 1300 + i), 0u);
+  for (std::uint64_t i = 1; i <= 3; ++i) ASSERT_EQ(writer->AddSample(200 + i, 1.0, 1300 + i), 0u);
   EXPECT_EQ(std::memcmp(&published, &foreign.Store().header, sizeof published), 0);
   // The writer leaves every reserved word and bit zero.
   EXPECT_EQ(published.reserved, 0u);
@@ -50,14 +37,17 @@ TEST_F(ForeignStoreHost, ForeignReaderEvaluatesWhatTheLibrarysWriterPublished) {
 }
 
 TEST_F(ForeignStoreHost, ForeignWriterTakesOverAStoreTheLibrarysWriterUsed) {
+  const std::string name = UniqueName("volm-foreign");
+  Ref<IPiecewiseLinearCorrection> writer;
+  ASSERT_EQ(advanced_->CreateSharedMemoryCorrection(WideOf(name).c_str(), writer.Out()), VOLM_S_OK);
   for (std::uint64_t i = 1; i <= 40; ++i) {
-    ASSERT_EQ(writer_->AddSample(i * 100, 1.0, i * 1000), VOLM_S_OK);
-    ASSERT_EQ(writer_->Publish(), VOLM_S_OK);
+    ASSERT_EQ(writer->AddSample(i * 100, 1.0, i * 1000), VOLM_S_OK);
+    ASSERT_EQ(writer->Publish(), VOLM_S_OK);
   }
   Ref<IPiecewiseLinearCorrection> reader;
-  ASSERT_EQ(advanced_->OpenSharedMemoryCorrection(wide_.c_str(), reader.Out()), VOLM_S_OK);
+  ASSERT_EQ(advanced_->OpenSharedMemoryCorrection(WideOf(name).c_str(), reader.Out()), VOLM_S_OK);
   // The foreign writer starts over as the layout describes, then appends two samples.
-  const ForeignStore foreign(name_, true);
+  const ForeignStore foreign(name, true);
   VolmTime::SampleStore& store = foreign.Store();
   foreign.Publish(1, 0, 0);
   store.latestRing[1] = {10, 50, 1.0};
@@ -67,7 +57,7 @@ TEST_F(ForeignStoreHost, ForeignWriterTakesOverAStoreTheLibrarysWriterUsed) {
   foreign.Publish(2, VolmTime::kFlagLatestValid, 2);
   // Readers opened before and after the takeover evaluate the foreign function.
   Ref<IPiecewiseLinearCorrection> later;
-  ASSERT_EQ(advanced_->OpenSharedMemoryCorrection(wide_.c_str(), later.Out()), VOLM_S_OK);
+  ASSERT_EQ(advanced_->OpenSharedMemoryCorrection(WideOf(name).c_str(), later.Out()), VOLM_S_OK);
   for (IPiecewiseLinearCorrection* function : {reader.Get(), later.Get()}) {
     std::uint64_t time = 0;
     ASSERT_EQ(function->TickToTime(15, &time), VOLM_S_OK) << LastErrorText(function);
@@ -75,8 +65,6 @@ TEST_F(ForeignStoreHost, ForeignWriterTakesOverAStoreTheLibrarysWriterUsed) {
     ASSERT_EQ(function->TickToTime(30, &time), VOLM_S_OK) << LastErrorText(function);
     EXPECT_EQ(time, 90u);
   }
-  later.Reset();
-  reader.Reset();
 }
 
 }  // namespace

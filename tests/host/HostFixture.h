@@ -13,6 +13,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 using Wide = std::basic_string<VolmWideChar>;
 
@@ -28,13 +29,13 @@ inline std::string LastErrorText(IVolmUnknown* object) {
   Ref<IVolmWideCharString> text;
   const VolmWideChar* buffer = nullptr;
   if (error->GetText(text.Out()) != VOLM_S_OK || text->GetBuffer(&buffer) != VOLM_S_OK) return "?";
-  std::string narrow;
-  for (; *buffer != 0; ++buffer) narrow.push_back(static_cast<char>(*buffer));
-  return narrow;
+  const std::basic_string_view<VolmWideChar> wide(buffer);
+  return std::string(wide.begin(), wide.end());
 }
 
 // Keeps the library loaded for the whole test, so that CanDllUnload tells afterwards whether
-// the test left objects alive.
+// the test left objects alive. It asks in the destructor, once a fixture derived from this one
+// has released what it holds.
 class HostTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -43,16 +44,15 @@ class HostTest : public ::testing::Test {
     ASSERT_NE(canDllUnload_, nullptr);
     ASSERT_EQ(canDllUnload_(), 1) << "a previous test left objects alive";
   }
-  void TearDown() override {
-    if (canDllUnload_ != nullptr) {
-      EXPECT_EQ(canDllUnload_(), 1) << "objects left alive";
-    }
+  ~HostTest() override {
+    EXPECT_TRUE(canDllUnload_ == nullptr || canDllUnload_() == 1) << "objects left alive";
   }
   DynamicLibrary library_{VOLM_LIBRARY_FILE};
   VolmCanDllUnloadFunction canDllUnload_ = nullptr;
 };
 
-// A host started the usual way, holding the factory, its advanced interface and both clocks.
+// A host started the usual way, holding the factory, its advanced interface and both clocks
+// (released in the reverse order, before the host lets go of the library).
 class FactoryHostTest : public HostTest {
  protected:
   void SetUp() override {
@@ -65,14 +65,6 @@ class FactoryHostTest : public HostTest {
               VOLM_S_OK);
     ASSERT_EQ(factory_->GetRelativeClock(relative_.Out()), VOLM_S_OK);
     ASSERT_EQ(factory_->GetSystemClock(system_.Out()), VOLM_S_OK);
-  }
-  // A subclass releases what it holds first, then calls this.
-  void TearDown() override {
-    system_.Reset();
-    relative_.Reset();
-    advanced_.Reset();
-    host_.reset();
-    HostTest::TearDown();
   }
   std::optional<HostTimeBase> host_;
   IVolmTimeFactory* factory_ = nullptr;

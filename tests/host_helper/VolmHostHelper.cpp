@@ -1,8 +1,8 @@
 // A second host process for the soak test. It reaches the library only as a host does:
 // loaded by file name, public headers only.
-//   publish-fast NAME MS US   discipline NAME to the system clock every US microseconds for
-//                             MS milliseconds; a writer that takes over continues the time
-//                             axis of the one before instead of stepping back
+//   publish-fast NAME MS US   publish a sample on NAME every US microseconds for MS
+//                             milliseconds, all on one line, which a writer that takes over
+//                             continues
 //   read-monotonic NAME MS    read a named clock on NAME for MS milliseconds; exit 0 if it
 //                             never went back, failed only while a new writer took over, and
 //                             read well at the end; 1 if it went back, 3 on other failures
@@ -17,51 +17,29 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Every sample lies on time = tick / 128 at a tick that is a multiple of 128, so that every
+// segment, and every evaluation of it, gives exactly that quotient: any reading that goes back
+// was answered from samples that were never published together.
 int PublishFast(IVolmTimeFactory* factory, const Wide& name, long ms, long us) {
+  constexpr std::uint64_t kTicksPerUnit = 128;
   const auto until = Clock::now() + std::chrono::milliseconds(ms);
   Ref<IVolmTimeFactoryAdvanced> advanced;
   Ref<IHighResolutionCounter> counter;
-  Ref<IClock> system;
   factory->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced.OutVoid());
   factory->GetCounter(counter.Out());
-  factory->GetSystemClock(system.Out());
-  std::uint64_t frequency = 0;
-  counter->GetFrequency(&frequency);
-  const double rate = 10'000'000.0 / static_cast<double>(frequency);
-  // The first sample is taken before the store is taken over, and lies where the previous
-  // writer's function stands at the same tick, or later: readers that read the old
-  // function up to the takeover never see the new one behind it.
-  std::uint64_t lastTick = 0;
-  std::uint64_t lastTime = 0;
-  counter->GetTick(&lastTick);
-  system->GetTime(&lastTime);
-  {
-    Ref<IPiecewiseLinearCorrection> previous;
-    std::uint64_t previousTime = 0;
-    if (advanced->OpenSharedMemoryCorrection(name.c_str(), previous.Out()) == VOLM_S_OK &&
-        previous->TickToTime(lastTick, &previousTime) == VOLM_S_OK && previousTime >= lastTime) {
-      lastTime = previousTime + 1;
-    }
-  }
   Ref<IPiecewiseLinearCorrection> writer;
   if (advanced->CreateSharedMemoryCorrection(name.c_str(), writer.Out()) != VOLM_S_OK) return 2;
-  if (writer->AddSample(lastTick, rate, lastTime) != VOLM_S_OK || writer->Publish() != VOLM_S_OK)
-    return 3;
+  std::uint64_t lastTick = 0;
   for (auto next = Clock::now(); Clock::now() < until;) {
     std::uint64_t tick = 0;
-    std::uint64_t time = 0;
     counter->GetTick(&tick);
-    system->GetTime(&time);
-    // Never below where the function already stands at this tick (+1: its own truncation
-    // may already have shown a reader one unit more).
-    const auto predicted =
-        lastTime + static_cast<std::uint64_t>(static_cast<double>(tick - lastTick) * rate);
-    if (time <= predicted) time = predicted + 1;
+    tick -= tick % kTicksPerUnit;
     if (tick > lastTick) {
-      if (writer->AddSample(tick, rate, time) != VOLM_S_OK || writer->Publish() != VOLM_S_OK)
+      if (writer->AddSample(tick, 1.0 / kTicksPerUnit, tick / kTicksPerUnit) != VOLM_S_OK ||
+          writer->Publish() != VOLM_S_OK) {
         return 3;
+      }
       lastTick = tick;
-      lastTime = time;
     }
     next += std::chrono::microseconds(us);
     while (Clock::now() < next) {

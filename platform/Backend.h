@@ -33,13 +33,12 @@ namespace VolmTime::Platform {
 
 // What every backend's mapping has; a backend derives what it needs to hold besides.
 struct SharedMemoryMapping::Impl {
-  Impl(std::string storeName, bool isWritable) : name(std::move(storeName)), writable(isWritable) {}
+  explicit Impl(std::string storeName) : name(std::move(storeName)) {}
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
   virtual ~Impl() = default;
 
   std::string name;
-  bool writable;
   boost::interprocess::mapped_region region;
 };
 

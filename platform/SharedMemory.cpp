@@ -49,7 +49,5 @@ SharedMemoryMapping::~SharedMemoryMapping() = default;
 
 void* SharedMemoryMapping::Address() const noexcept { return impl_->region.get_address(); }
 std::size_t SharedMemoryMapping::Size() const noexcept { return impl_->region.get_size(); }
-bool SharedMemoryMapping::IsWritable() const noexcept { return impl_->writable; }
-const std::string& SharedMemoryMapping::Name() const noexcept { return impl_->name; }
 
 }  // namespace VolmTime::Platform

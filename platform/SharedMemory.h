@@ -42,8 +42,6 @@ class SharedMemoryMapping {
   // Size of the view: the whole object as the system reports it (it may be larger than
   // asked for, or smaller when another program made it).
   [[nodiscard]] std::size_t Size() const noexcept;
-  [[nodiscard]] bool IsWritable() const noexcept;
-  [[nodiscard]] const std::string& Name() const noexcept;
 
   struct Impl;
 

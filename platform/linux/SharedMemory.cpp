@@ -48,7 +48,7 @@ struct LinuxMapping : SharedMemoryMapping::Impl {
   bool holding = false;
   bip::shared_memory_object object;  // its descriptor carries this process's locks
 
-  LinuxMapping(std::string storeName, bool isWritable) : Impl(std::move(storeName), isWritable) {}
+  explicit LinuxMapping(std::string storeName) : Impl(std::move(storeName)) {}
 
   ~LinuxMapping() override {
     region = bip::mapped_region();
@@ -94,7 +94,7 @@ namespace {
 std::unique_ptr<LinuxMapping> CreateOrOpenStore(const std::string& name,
                                                              std::size_t size) {
   for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
-    auto impl = std::make_unique<LinuxMapping>(name, true);
+    auto impl = std::make_unique<LinuxMapping>(name);
     try {
       impl->object = bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
                                                bip::permissions(Linux::kStoreMode));
@@ -141,7 +141,7 @@ void OpenExisting(LinuxMapping& impl) {
 
 std::unique_ptr<LinuxMapping> OpenStoreReadOnly(const std::string& name) {
   for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
-    auto impl = std::make_unique<LinuxMapping>(name, false);
+    auto impl = std::make_unique<LinuxMapping>(name);
     OpenExisting(*impl);
     ThrowIfRefused(Linux::RefusalToRead(impl->Descriptor()));
     impl->TakeOpeningLock();

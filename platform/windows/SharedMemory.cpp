@@ -32,13 +32,13 @@ const bip::permissions& Unrestricted() {
 struct WindowsMapping : SharedMemoryMapping::Impl {
   // Creates or opens the mapping, read-write and open to everyone.
   WindowsMapping(const std::string& mappingName, std::size_t size)
-      : Impl(mappingName, true),
+      : Impl(mappingName),
         mapping(bip::open_or_create, mappingName.c_str(), bip::read_write, size, Unrestricted()) {
     region = bip::mapped_region(mapping, bip::read_write);
   }
   // Opens an existing mapping read-only.
   explicit WindowsMapping(const std::string& mappingName)
-      : Impl(mappingName, false), mapping(bip::open_only, mappingName.c_str(), bip::read_only) {
+      : Impl(mappingName), mapping(bip::open_only, mappingName.c_str(), bip::read_only) {
     region = bip::mapped_region(mapping, bip::read_only);
   }
   ~WindowsMapping() override { region = bip::mapped_region(); }

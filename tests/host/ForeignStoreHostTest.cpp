@@ -12,7 +12,7 @@ namespace {
 
 using ForeignStoreHost = FactoryHostTest;
 
-TEST_F(ForeignStoreHost, ForeignReaderEvaluatesWhatTheLibrarysWriterPublished) {
+TEST_F(ForeignStoreHost, ForeignReaderFindsWhatTheLibrarysWriterPublishedWhereTheLayoutSays) {
   const std::string name = UniqueName("volm-foreign");
   Ref<IPiecewiseLinearCorrection> writer;
   ASSERT_EQ(advanced_->CreateSharedMemoryCorrection(WideOf(name).c_str(), writer.Out()), VOLM_S_OK);
@@ -28,12 +28,14 @@ TEST_F(ForeignStoreHost, ForeignReaderEvaluatesWhatTheLibrarysWriterPublished) {
   // The writer leaves every reserved word and bit zero.
   EXPECT_EQ(published.reserved, 0u);
   EXPECT_EQ(published.countAndFlags >> 34, 0u);
-  EXPECT_LT(published.latestSlot, VolmTime::kLatestRingSize);
-  std::uint64_t time = 0;
-  ASSERT_TRUE(foreign.TickToTime(150, time));
-  EXPECT_EQ(time, 1100u);
-  ASSERT_TRUE(foreign.TickToTime(1000, time));
-  EXPECT_EQ(time, 1700u);
+  ASSERT_LT(published.latestSlot, VolmTime::kLatestRingSize);
+  // The sentinel and one committed sample, and the latest sample in its ring slot.
+  EXPECT_EQ(published.countAndFlags, 2 | std::uint64_t{VolmTime::kFlagLatestValid} << 32);
+  const VolmTime::CorrectionSample committed{100, 1000, 2.0};
+  const VolmTime::CorrectionSample latest{200, 1300, 0.5};
+  EXPECT_EQ(std::memcmp(&foreign.Store().history[1], &committed, sizeof committed), 0);
+  EXPECT_EQ(std::memcmp(&foreign.Store().latestRing[published.latestSlot], &latest, sizeof latest),
+            0);
 }
 
 TEST_F(ForeignStoreHost, ForeignWriterTakesOverAStoreTheLibrarysWriterUsed) {

@@ -20,10 +20,6 @@ class ForeignStore {
   // Publishes as the layout says: count and flags in one 64-bit store, then the latest slot.
   void Publish(std::uint32_t count, std::uint32_t flags, std::uint32_t latestSlot) const;
 
-  // Evaluates the published function at `tick` as a reader following the layout does
-  // (upper-bound search over the readable sequence); false where it is not defined.
-  [[nodiscard]] bool TickToTime(std::uint64_t tick, std::uint64_t& time) const;
-
  private:
   struct Impl;
   std::unique_ptr<Impl> impl_;

@@ -2,69 +2,20 @@
 // error and string objects, the two kinds of boundary, and the texts of codes that come
 // without an error object.
 #include "VolmTime/CoreBoundary.h"
+#include "VolmTime/VolmTimeFactory.h"
 #include "framework/CVolmException.h"
 #include "framework/CVolmWideCharString.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ErrorText.h"
 #include "framework/ThrowIfFailed.h"
+#include "tests/support/Doubles.h"
 #include "tests/support/Helpers.h"
 
 #include <VolmTime/VolmIds.h>
 
-#include <functional>
 #include <new>
 
 namespace {
-
-class ITestFirst : public IVolmUnknown {
- public:
-  virtual VolmResult First() = 0;
-
- protected:
-  ~ITestFirst() = default;
-};
-class ITestSecond : public IVolmUnknown {
- public:
-  virtual VolmResult Second() = 0;
-
- protected:
-  ~ITestSecond() = default;
-};
-const VolmId kFirstId = ParseVolmId("11111111-2222-3333-4444-555555555555");
-const VolmId kSecondId = ParseVolmId("AAAAAAAA-BBBB-CCCC-DDDD-EEEEEEEEEEEE");
-
-}  // namespace
-
-template <>
-struct VolmInterfaceId<ITestFirst> {
-  static const VolmId& Get() noexcept { return kFirstId; }
-};
-template <>
-struct VolmInterfaceId<ITestSecond> {
-  static const VolmId& Get() noexcept { return kSecondId; }
-};
-
-namespace {
-
-// A component whose First() runs the test's action.
-class Single : public CVolmUnknownImpl1<ITestFirst> {
- public:
-  explicit Single(std::function<VolmResult(Single&)> action = {}) : action_(std::move(action)) {}
-  VolmResult First() override { return action_ ? action_(*this) : VOLM_S_OK; }
-  VolmResult QueryOwnInterface(const VolmId& id, void** object) override {
-    if (id == kFirstId) return HandOutInterface(PrimaryUnknown(), object);
-    return NoInterface(object);
-  }
-
- private:
-  std::function<VolmResult(Single&)> action_;
-};
-
-class Double : public CVolmUnknownImpl2<ITestFirst, ITestSecond> {
- public:
-  VolmResult First() override { return VOLM_S_OK; }
-  VolmResult Second() override { return VOLM_S_FALSE; }
-};
 
 template <typename T, typename From>
 T* Query(From* object, const VolmId& id) {
@@ -75,33 +26,33 @@ T* Query(From* object, const VolmId& id) {
 
 using ObjectModel = LeakChecked;
 
+// The factory is the component with two interfaces of its own.
 TEST_F(ObjectModel, OneCountAndOneIdentityThroughEverySubObject) {
-  auto* raw = new Double;
-  EXPECT_EQ(GetLiveObjectCount(), liveBefore_ + 1);
-  CVolmPtr<Double> object(raw);
-  auto* second = Query<ITestSecond>(object.Get(), kSecondId);
-  EXPECT_EQ(second->Second(), VOLM_S_FALSE);
-  auto* first = Query<ITestFirst>(second, kFirstId);
-  auto* errors = Query<IGetVolmError>(second, VolmIds().getVolmError);
+  auto* raw = new VolmTime::VolmTimeFactory;
+  CVolmPtr<VolmTime::VolmTimeFactory> object(raw);
+  auto* advanced = Query<IVolmTimeFactoryAdvanced>(object.Get(), VolmIds().timeFactoryAdvanced);
+  auto* primary = Query<IVolmTimeFactory>(advanced, VolmIds().timeFactory);
+  auto* errors = Query<IGetVolmError>(advanced, VolmIds().getVolmError);
   auto* identity = Query<IVolmUnknown>(errors, VolmIds().volmUnknown);
-  EXPECT_EQ(static_cast<void*>(first), static_cast<void*>(static_cast<ITestFirst*>(raw)));
-  EXPECT_EQ(identity, static_cast<IVolmUnknown*>(first));
+  EXPECT_EQ(static_cast<void*>(primary), static_cast<void*>(static_cast<IVolmTimeFactory*>(raw)));
+  EXPECT_NE(static_cast<void*>(advanced), static_cast<void*>(primary));
+  EXPECT_EQ(identity, static_cast<IVolmUnknown*>(primary));
   EXPECT_EQ(RefCountOf(raw), 5u);
-  EXPECT_EQ(second->Release(), 4u);
-  EXPECT_EQ(first->Release(), 3u);
+  EXPECT_EQ(advanced->Release(), 4u);
+  EXPECT_EQ(primary->Release(), 3u);
   EXPECT_EQ(errors->Release(), 2u);
   EXPECT_EQ(identity->Release(), 1u);
   void* out = raw;
   EXPECT_EQ(object->QueryInterface(VolmIds().clock, &out), VOLM_E_NOINTERFACE);
   EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(object->QueryInterface(kFirstId, nullptr), VOLM_E_POINTER);
+  EXPECT_EQ(object->QueryInterface(VolmIds().timeFactory, nullptr), VOLM_E_POINTER);
   // The pointer holds exactly one reference, across copies, moves and reassignment.
-  CVolmPtr<Double> copy = object;
-  CVolmPtr<Double> moved = std::move(copy);
+  CVolmPtr<VolmTime::VolmTimeFactory> copy = object;
+  CVolmPtr<VolmTime::VolmTimeFactory> moved = std::move(copy);
   EXPECT_FALSE(copy);
   moved = raw;
   EXPECT_EQ(RefCountOf(raw), 2u);
-  moved = new Double;
+  moved.Reset();
   EXPECT_EQ(RefCountOf(raw), 1u);
 }
 
@@ -150,7 +101,7 @@ TEST_F(ObjectModel, ErrorAndStringObjectsKeepTheirOwnCopies) {
 TEST_F(ObjectModel, LastErrorHoldsOneReferenceAndOutlivesItsObjectWhenFetched) {
   CVolmPtr<IVolmError> fetched;
   {
-    CVolmPtr<Single> object(new Single);
+    CVolmPtr<ScriptedCorrection> object(new ScriptedCorrection);
     CVolmPtr<CVolmError> first(new CVolmError(0x80000001u, VOLM_TEXT("first")));
     EXPECT_EQ(object->SetError(first.Get()), 0x80000001u);
     EXPECT_EQ(object->SetError(first.Get()), 0x80000001u);
@@ -164,18 +115,10 @@ TEST_F(ObjectModel, LastErrorHoldsOneReferenceAndOutlivesItsObjectWhenFetched) {
   fetched.Reset();
 }
 
-// An inner component whose First() fails with `code`, with an error object when `text` is set.
-CVolmPtr<Single> FailingInner(VolmResult code, const char* text) {
-  return CVolmPtr<Single>(new Single([code, text](Single& self) {
-    if (text == nullptr) return code;
-    return self.SetError(new CVolmError(code, WidenBytes(text)));
-  }));
-}
-
 using Boundary = LeakChecked;
 
 TEST_F(Boundary, ExceptionsBecomeCodesAndLastErrors) {
-  CVolmPtr<Single> object(new Single);
+  CVolmPtr<ScriptedCorrection> object(new ScriptedCorrection);
   EXPECT_EQ(ComponentBoundary(*object, [] { throw CVolmException(0x80070057u, VOLM_TEXT("bad")); }),
             0x80070057u);
   EXPECT_EQ(LastErrorText(object.Get()), "bad");
@@ -194,26 +137,32 @@ TEST_F(Boundary, ExceptionsBecomeCodesAndLastErrors) {
 }
 
 TEST_F(Boundary, InnerFailuresTravelOutwardWithTheInnermostCodeAndText) {
-  CVolmPtr<Single> deep = FailingInner(0x80000077u, "deep failure");
-  CVolmPtr<Single> middle(new Single([&](Single& self) {
-    return ComponentBoundary(self, [&] {
-      // The returned code differs from the error object's: the error object wins.
-      deep->First();
-      ThrowIfFailed(deep.Get(), 0x80000001u, VolmCallSite{"Middle", 1});
-    });
-  }));
-  CVolmPtr<Single> outer(new Single);
-  EXPECT_EQ(ComponentBoundary(*outer, [&] {
-              ThrowIfFailed(middle.Get(), middle->First(), VolmCallSite{"Outer", 2});
-            }),
+  CVolmPtr<ScriptedCorrection> deep(new ScriptedCorrection);
+  deep->failure = 0x80000077u;  // with the error object "no segment here"
+  CVolmPtr<ScriptedCorrection> middle(new ScriptedCorrection);
+  CVolmPtr<ScriptedCorrection> outer(new ScriptedCorrection);
+  std::uint64_t time = 0;
+  // The returned code differs from the error object's: the error object wins.
+  const VolmResult middleResult = ComponentBoundary(*middle, [&] {
+    (void)deep->TickToTime(1, &time);
+    ThrowIfFailed(deep.Get(), 0x80000001u, VolmCallSite{"Middle", 1});
+  });
+  EXPECT_EQ(ComponentBoundary(*outer,
+                              [&] {
+                                ThrowIfFailed(middle.Get(), middleResult, VolmCallSite{"Outer", 2});
+                              }),
             0x80000077u);
-  EXPECT_EQ(LastErrorText(outer.Get()), "deep failure");
+  EXPECT_EQ(LastErrorText(outer.Get()), "no segment here");
   EXPECT_EQ(RefCountOf(deep.Get()), 1u);
   // Without an error object the code gets a text naming the call site; S_FALSE passes.
-  CVolmPtr<Single> silent = FailingInner(0xA0BC1234u, nullptr);
-  EXPECT_EQ(ComponentBoundary(*outer, [&] {
-              ThrowIfFailed(silent.Get(), silent->First(), VolmCallSite{"OuterComponent", 77});
-            }),
+  CVolmPtr<ScriptedCorrection> silent(new ScriptedCorrection);
+  silent->failure = 0xA0BC1234u;
+  silent->withErrorObject = false;
+  EXPECT_EQ(ComponentBoundary(*outer,
+                              [&] {
+                                ThrowIfFailed(silent.Get(), silent->TickToTime(1, &time),
+                                              VolmCallSite{"OuterComponent", 77});
+                              }),
             0xA0BC1234u);
   EXPECT_EQ(LastErrorText(outer.Get()), "Unknown error code. [OuterComponent, line 77]");
   EXPECT_NO_THROW(ThrowIfFailed(silent.Get(), VOLM_S_FALSE, VolmCallSite{"Outer", 3}));
@@ -229,9 +178,13 @@ TEST(ErrorTexts, MessagesAreOneLineSentencesWithTheirLocation) {
       {" \r\n \n", ""}};
   for (const auto& [raw, expected] : collapsed)
     EXPECT_EQ(Utf8(CollapseMessageBlanks(W(raw))), expected) << raw;
-  const std::pair<const char*, const char*> terminated[] = {
-      {"Failed", "Failed. "}, {"Why?", "Why? "},       {"Comma,", "Comma, "}, {"Done.  ", "Done. "},
-      {"Failed ", "Failed. "}, {"   ", ""}, {"", ""}};
+  const std::pair<const char*, const char*> terminated[] = {{"Failed", "Failed. "},
+                                                            {"Why?", "Why? "},
+                                                            {"Comma,", "Comma, "},
+                                                            {"Done.  ", "Done. "},
+                                                            {"Failed ", "Failed. "},
+                                                            {"   ", ""},
+                                                            {"", ""}};
   for (const auto& [raw, expected] : terminated) {
     WideString text = W(raw);
     TerminateSentence(text);

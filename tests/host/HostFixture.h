@@ -13,25 +13,10 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 using Wide = std::basic_string<VolmWideChar>;
 
 inline Wide WideOf(const std::string& ascii) { return Wide(ascii.begin(), ascii.end()); }
-
-// The text of the object's last error (ASCII), "<none>" without one.
-inline std::string LastErrorText(IVolmUnknown* object) {
-  Ref<IGetVolmError> source;
-  if (object->QueryInterface(IID_IGetVolmError, source.OutVoid()) != VOLM_S_OK) return "<no source>";
-  Ref<IVolmError> error;
-  source->GetError(error.Out());
-  if (!error) return "<none>";
-  Ref<IVolmWideCharString> text;
-  const VolmWideChar* buffer = nullptr;
-  if (error->GetText(text.Out()) != VOLM_S_OK || text->GetBuffer(&buffer) != VOLM_S_OK) return "?";
-  const std::basic_string_view<VolmWideChar> wide(buffer);
-  return std::string(wide.begin(), wide.end());
-}
 
 // Keeps the library loaded for the whole test, so that CanDllUnload tells afterwards whether
 // the test left objects alive. It asks in the destructor, once a fixture derived from this one

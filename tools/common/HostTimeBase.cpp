@@ -1,5 +1,7 @@
 #include "tools/common/HostTimeBase.h"
 
+#include "tools/common/Ref.h"
+
 #include <cstdio>
 
 HostTimeBase::HostTimeBase(const std::string& libraryFile) : library_(libraryFile) {
@@ -27,4 +29,24 @@ HostTimeBase::HostTimeBase(const std::string& libraryFile) : library_(libraryFil
 
 HostTimeBase::~HostTimeBase() {
   if (factory_ != nullptr) factory_->Release();
+}
+
+std::string LastErrorText(IVolmUnknown* source) {
+  Ref<IGetVolmError> errors;
+  Ref<IVolmError> error;
+  Ref<IVolmWideCharString> text;
+  const VolmWideChar* buffer = nullptr;
+  if (source == nullptr ||
+      source->QueryInterface(IID_IGetVolmError, errors.OutVoid()) != VOLM_S_OK ||
+      errors->GetError(error.Out()) != VOLM_S_OK || error.Get() == nullptr ||
+      error->GetText(text.Out()) != VOLM_S_OK || text.Get() == nullptr ||
+      text->GetBuffer(&buffer) != VOLM_S_OK || buffer == nullptr) {
+    return "";
+  }
+  std::string narrow;
+  for (; *buffer != 0; ++buffer) {
+    const auto unit = static_cast<unsigned>(*buffer);
+    narrow.push_back(unit < 0x80 ? static_cast<char>(unit) : '?');
+  }
+  return narrow;
 }

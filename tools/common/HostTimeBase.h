@@ -31,4 +31,7 @@ class HostTimeBase {
   std::string error_;
 };
 
+// The text of `source`'s last error, non-ASCII units as '?'; empty when it has none.
+[[nodiscard]] std::string LastErrorText(IVolmUnknown* source);
+
 #endif  // TOOLS_COMMON_HOSTTIMEBASE_H

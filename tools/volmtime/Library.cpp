@@ -32,16 +32,6 @@ std::string LibraryPath() {
   return installed;
 }
 
-std::string TextOf(IVolmWideCharString* text) {
-  const VolmWideChar* buffer = nullptr;
-  if (text == nullptr || text->GetBuffer(&buffer) != VOLM_S_OK || buffer == nullptr) return "";
-  std::string narrow;
-  for (; *buffer != 0; ++buffer) {
-    const auto unit = static_cast<unsigned>(*buffer);
-    narrow.push_back(unit < 0x80 ? static_cast<char>(unit) : '?');
-  }
-  return narrow;
-}
 
 }  // namespace
 
@@ -55,18 +45,7 @@ Library::~Library() { advanced_.Reset(); }
 
 void Check(VolmResult result, IVolmUnknown* source, const std::string& what) {
   if (VolmSucceeded(result)) return;
-  std::string text;
-  Ref<IGetVolmError> errors;
-  if (source != nullptr &&
-      source->QueryInterface(IID_IGetVolmError, errors.OutVoid()) == VOLM_S_OK) {
-    Ref<IVolmError> error;
-    errors->GetError(error.Out());
-    if (error.Get() != nullptr) {
-      Ref<IVolmWideCharString> message;
-      error->GetText(message.Out());
-      text = TextOf(message.Get());
-    }
-  }
+  const std::string text = LastErrorText(source);
   char code[16];
   std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(result));
   throw LibraryError(what + " failed (" + code + ")" + (text.empty() ? "" : ": " + text));

@@ -4,7 +4,7 @@
 #ifndef VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTION_H
 #define VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTION_H
 
-#include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/ExactScaling.h"
 #include "VolmTime/Core/IPiecewiseLinearCorrection.h"
 #include "VolmTime/Core/SampleStore.h"
 
@@ -45,7 +45,7 @@ class PiecewiseLinearCorrectionFunction : public IPiecewiseLinearCorrection<Tick
         LoadSample(store_->latestRing[before.latestSlot & kLatestSlotMask]);
     if (tick < latest.tick || latest.rate == 0.0) return false;
     if (!ViewSurvived(before, ReadHeader(*store_))) return false;
-    time = latest.time + TruncateToUint64(ToDouble(tick - latest.tick) * latest.rate);
+    time = latest.time + ScaleTicks(tick - latest.tick, latest.rate, ToFixedPoint(latest.rate));
     return true;
   }
 

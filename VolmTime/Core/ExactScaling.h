@@ -1,0 +1,101 @@
+// A tick difference times a rate, truncated to a whole count: the double product every mapping
+// is defined by, taken in integer arithmetic wherever that gives the same answer, because a
+// clock reading waits for this product and integer multiplication is the shorter wait.
+#ifndef VOLMTIME_CORE_EXACTSCALING_H
+#define VOLMTIME_CORE_EXACTSCALING_H
+
+#include "VolmTime/Core/FullRangeConversion.h"
+
+#include <bit>
+#include <cfenv>
+#include <cstdint>
+
+namespace VolmTime::Core {
+
+// A rate as a fixed-point number, rate == whole + fraction / 2^64 exactly, with the bounds
+// ScaleExactly checks. Rates from 2^-12 up to (not including) 2^11 are held; every other value
+// (zero, negative, not finite, too small or too large) is all zeros, so that ScaleExactly
+// answers only a count of 0, whose double product truncates to 0 for every rate, NaN too.
+struct FixedPointRate {
+  std::uint64_t whole = 0;
+  std::uint64_t fraction = 0;
+  // With 2^e <= rate < 2^(e+1): counts below 2^countBits, countBits = min(53, 51 - e), keep
+  // the product below 2^52; count << boundShift, boundShift = e + 12, bounds it by 2^-11.
+  unsigned countBits = 0;
+  unsigned boundShift = 0;
+};
+
+[[nodiscard]] constexpr FixedPointRate ToFixedPoint(double rate) noexcept {
+  const auto bits = std::bit_cast<std::uint64_t>(rate);
+  // A positive normal double is mantissa * 2^(biased exponent - 1075) with a 53-bit mantissa,
+  // so rate * 2^64 is mantissa * 2^(biased exponent - 1011), and e + 12 is the same shift. The
+  // sign bit puts a negative rate's biased exponent above 2047; zero, subnormals, infinities
+  // and NaN fall outside too.
+  const std::uint64_t biased = bits >> 52;
+  const std::uint64_t shift = biased - 1011;  // wraps for small exponents
+  if (shift > 22) return {};
+  const std::uint64_t mantissa = (bits & ((std::uint64_t{1} << 52) - 1)) | std::uint64_t{1} << 52;
+  // mantissa * 2^shift < 2^75: the bits above 2^64 are the whole part.
+  return {shift > 11 ? mantissa >> (64 - shift) : 0, mantissa << shift,
+          static_cast<unsigned>(biased >= 1021 ? 1074 - biased : 53), static_cast<unsigned>(shift)};
+}
+
+// Whether double arithmetic rounds to nearest in this thread, as the integer path below
+// assumes: a host may have changed the rounding mode. 1 + 3/4 ulp rounds away from 1 only to
+// nearest or upward, -1 - 3/4 ulp away from -1 only to nearest or downward. (Reading the mode
+// from MXCSR instead makes every clock reading a fifth slower.)
+[[nodiscard]] inline bool RoundsToNearest() noexcept {
+  double one = 1.0;
+#if defined(__SSE2__)
+  // Hidden from the compiler, which would otherwise fold the sums in its own rounding mode.
+  __asm__("" : "+x"(one));
+  return one + 0x1.8p-53 != one && -one - 0x1.8p-53 != -one;
+#else
+  return std::fegetround() == FE_TONEAREST;
+#endif
+}
+
+// Sets `scaled` to TruncateToUint64(ToDouble(count) * rate) and returns true when that is
+// certain from integer arithmetic alone; returns false, leaving `scaled` alone, otherwise.
+//
+// Why the answers agree: for count < 2^53 ToDouble(count) is exact, and with the rate as
+// whole + fraction / 2^64 the exact product P = count * rate has the integer part `floor`
+// and the fraction `below` / 2^64 computed here without rounding. The double product is P
+// rounded to nearest. With 2^e <= rate < 2^(e+1) and count < 2^(51 - e), P < 2^52, so floor(P)
+// and ceil(P) are both doubles and, rounding being monotonic, the double product lies between
+// them: its truncation is floor(P) unless P rounds up to ceil(P), which needs P within half an
+// ulp below ceil(P). Half an ulp of P is at most P * 2^-53 < count * 2^(e+1) * 2^-53, which in
+// units of 2^-64 is count << (e + 12) (below 2^63); when `below` plus that bound stays under
+// 2^64 the product cannot round up. Otherwise (a share of the products under
+// count * rate * 2^-52: rare) the caller takes the double arithmetic. The positive product
+// takes the plain branch of TruncateToUint64, and 0 gives 0 in both.
+//
+// The bounds depend on the count alone, not on the product, so that a clock reading waits
+// only for the multiplication.
+[[nodiscard]] inline bool ScaleExactly(std::uint64_t count, const FixedPointRate& rate,
+                                       std::uint64_t& scaled) noexcept {
+  if ((count >> rate.countBits) != 0) return false;
+  __extension__ using Wide = unsigned __int128;
+  const Wide fractionProduct = static_cast<Wide>(count) * rate.fraction;
+  const auto below = static_cast<std::uint64_t>(fractionProduct);
+  if (below > ~(count << rate.boundShift) || !RoundsToNearest()) return false;
+  std::uint64_t floor = static_cast<std::uint64_t>(fractionProduct >> 64);
+  // Rates of 1 and more only; count < 2^53 and whole < 2^11, so no wrap.
+  if (rate.whole != 0) [[unlikely]]
+    floor += count * rate.whole;
+  scaled = floor;
+  return true;
+}
+
+// TruncateToUint64(ToDouble(count) * rate), where `fixed` is ToFixedPoint(rate).
+[[nodiscard]] inline std::uint64_t ScaleTicks(std::uint64_t count, double rate,
+                                              const FixedPointRate& fixed) noexcept {
+  std::uint64_t scaled = 0;
+  if (ScaleExactly(count, fixed, scaled)) [[likely]]
+    return scaled;
+  return TruncateToUint64(ToDouble(count) * rate);
+}
+
+}  // namespace VolmTime::Core
+
+#endif  // VOLMTIME_CORE_EXACTSCALING_H

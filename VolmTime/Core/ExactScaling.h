@@ -6,22 +6,27 @@
 
 #include "VolmTime/Core/FullRangeConversion.h"
 
+#include <algorithm>
 #include <bit>
 #include <cfenv>
 #include <cstdint>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace VolmTime::Core {
 
 // A rate as a fixed-point number, rate == whole + fraction / 2^64 exactly, with the bounds
 // ScaleExactly checks. Rates from 2^-12 up to (not including) 2^11 are held; every other value
-// (zero, negative, not finite, too small or too large) is all zeros, so that ScaleExactly
-// answers only a count of 0, whose double product truncates to 0 for every rate, NaN too.
+// (zero, negative, not finite, too small or too large) has a count limit of 0, so that its
+// products all take the double arithmetic.
 struct FixedPointRate {
   std::uint64_t whole = 0;
   std::uint64_t fraction = 0;
-  // With 2^e <= rate < 2^(e+1): counts below 2^countBits, countBits = min(53, 51 - e), keep
-  // the product below 2^52; count << boundShift, boundShift = e + 12, bounds it by 2^-11.
-  unsigned countBits = 0;
+  // With 2^e <= rate < 2^(e+1): counts below countLimit = 2^min(53, 51 - e) keep the product
+  // below 2^52, and count << boundShift, boundShift = e + 12, bounds its half ulp.
+  std::uint64_t countLimit = 0;
   unsigned boundShift = 0;
 };
 
@@ -30,26 +35,29 @@ struct FixedPointRate {
   // A positive normal double is mantissa * 2^(biased exponent - 1075) with a 53-bit mantissa,
   // so rate * 2^64 is mantissa * 2^(biased exponent - 1011), and e + 12 is the same shift. The
   // sign bit puts a negative rate's biased exponent above 2047; zero, subnormals, infinities
-  // and NaN fall outside too.
+  // and NaN fall outside too. Clock readings of a store's latest segment convert its rate each
+  // time, hence no branch but the range check.
   const std::uint64_t biased = bits >> 52;
   const std::uint64_t shift = biased - 1011;  // wraps for small exponents
   if (shift > 22) return {};
   const std::uint64_t mantissa = (bits & ((std::uint64_t{1} << 52) - 1)) | std::uint64_t{1} << 52;
+  const std::uint64_t countBits = std::min<std::uint64_t>(1074 - biased, 53);
   // mantissa * 2^shift < 2^75: the bits above 2^64 are the whole part.
-  return {shift > 11 ? mantissa >> (64 - shift) : 0, mantissa << shift,
-          static_cast<unsigned>(biased >= 1021 ? 1074 - biased : 53), static_cast<unsigned>(shift)};
+  return {(mantissa >> 1) >> (63 - shift), mantissa << shift, std::uint64_t{1} << countBits,
+          static_cast<unsigned>(shift)};
 }
 
 // Whether double arithmetic rounds to nearest in this thread, as the integer path below
 // assumes: a host may have changed the rounding mode. 1 + 3/4 ulp rounds away from 1 only to
-// nearest or upward, -1 - 3/4 ulp away from -1 only to nearest or downward. (Reading the mode
-// from MXCSR instead makes every clock reading a fifth slower.)
+// nearest or upward, -1 - 3/4 ulp away from -1 only to nearest or downward. Both sums are one
+// vector addition; reading the mode from MXCSR instead makes a clock reading a fifth slower.
 [[nodiscard]] inline bool RoundsToNearest() noexcept {
-  double one = 1.0;
 #if defined(__SSE2__)
+  __m128d ones = _mm_set_pd(-1.0, 1.0);
   // Hidden from the compiler, which would otherwise fold the sums in its own rounding mode.
-  __asm__("" : "+x"(one));
-  return one + 0x1.8p-53 != one && -one - 0x1.8p-53 != -one;
+  __asm__("" : "+x"(ones));
+  const __m128d sums = _mm_add_pd(ones, _mm_set_pd(-0x1.8p-53, 0x1.8p-53));
+  return _mm_movemask_pd(_mm_cmpneq_pd(sums, ones)) == 3;
 #else
   return std::fegetround() == FE_TONEAREST;
 #endif
@@ -74,7 +82,7 @@ struct FixedPointRate {
 // only for the multiplication.
 [[nodiscard]] inline bool ScaleExactly(std::uint64_t count, const FixedPointRate& rate,
                                        std::uint64_t& scaled) noexcept {
-  if ((count >> rate.countBits) != 0) return false;
+  if (count >= rate.countLimit) return false;
   __extension__ using Wide = unsigned __int128;
   const Wide fractionProduct = static_cast<Wide>(count) * rate.fraction;
   const auto below = static_cast<std::uint64_t>(fractionProduct);

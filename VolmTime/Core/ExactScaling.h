@@ -88,9 +88,8 @@ struct FixedPointRate {
   const auto below = static_cast<std::uint64_t>(fractionProduct);
   if (below > ~(count << rate.boundShift) || !RoundsToNearest()) return false;
   std::uint64_t floor = static_cast<std::uint64_t>(fractionProduct >> 64);
-  // Rates of 1 and more only; count < 2^53 and whole < 2^11, so no wrap.
-  if (rate.whole != 0) [[unlikely]]
-    floor += count * rate.whole;
+  // Rates of 1 and more only (a 10 MHz counter's); count < 2^53 and whole < 2^11: no wrap.
+  if (rate.whole != 0) floor += count * rate.whole;
   scaled = floor;
   return true;
 }

@@ -24,15 +24,11 @@ std::uint64_t DoubleProduct(std::uint64_t count, double rate) {
 // round up, some down), disciplined rates near them, random rates over the whole range held in
 // fixed point, and the values at and beyond its ends.
 std::vector<double> Rates(std::mt19937_64& random) {
-  std::vector<double> rates = {0.01,
-                               1.0,
-                               10'000'000.0 / 3'579'545.0,
-                               std::ldexp(1.0, -12),
-                               std::nextafter(std::ldexp(1.0, -12), 0.0),
-                               std::ldexp(1.0, 11),
-                               std::nextafter(std::ldexp(1.0, 11), 0.0),
-                               0.0,
-                               -0.01};
+  std::vector<double> rates = {0.01, 1.0, 10'000'000.0 / 3'579'545.0, 0.0, -0.01};
+  for (const double end : {std::ldexp(1.0, -12), std::ldexp(1.0, 11)}) {
+    rates.push_back(end);
+    rates.push_back(std::nextafter(end, 0.0));
+  }
   for (int n = 2; n <= 4096; n += 3) rates.push_back(1.0 / n);
   std::uniform_real_distribution<double> exponent(-13.0, 12.0);
   std::uniform_real_distribution<double> drift(-1e-4, 1e-4);
@@ -47,16 +43,11 @@ std::vector<double> Rates(std::mt19937_64& random) {
 // rounding of the double product decides; multiples of 1/rate and one less; the edges of the
 // integer path (2^51, 2^52, 2^53) and "negative" differences from a tick before the anchor.
 std::vector<std::uint64_t> Counts(double rate, std::mt19937_64& random) {
-  std::vector<std::uint64_t> counts = {0,
-                                       1,
-                                       kTwoTo51 - 1,
-                                       kTwoTo51,
-                                       kTwoTo51 * 2 - 1,
-                                       kTwoTo51 * 2,
-                                       kTwoTo51 * 4 - 1,
-                                       kTwoTo51 * 4,
-                                       UINT64_MAX,
-                                       UINT64_MAX - 99};
+  std::vector<std::uint64_t> counts = {0, 1, UINT64_MAX, UINT64_MAX - 99};
+  for (std::uint64_t edge = kTwoTo51; edge <= kTwoTo51 * 4; edge *= 2) {
+    counts.push_back(edge - 1);
+    counts.push_back(edge);
+  }
   for (int i = 0; i < 60; ++i) {
     counts.push_back(random() >> (random() % 64));
     const double whole =

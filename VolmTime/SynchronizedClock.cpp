@@ -2,11 +2,11 @@
 
 #include "VolmTime/Core/DurationTicks.h"
 #include "VolmTime/Core/WindowsCounter.h"
-#include "platform/Counter.h"
-#include "platform/SystemTime.h"
 #include "VolmTime/WaitableTimer.h"
 #include "framework/ComponentBoundary.h"
 #include "framework/ThrowIfFailed.h"
+#include "platform/Counter.h"
+#include "platform/SystemTime.h"
 
 #include <typeinfo>
 
@@ -120,19 +120,19 @@ VolmResult SynchronizedClock::ReadTimeThroughComponents(std::uint64_t* time) noe
   if (fastPath_ != FastPath::kNone) {
     std::uint64_t tick = 0;
     if (!Platform::ReadTick(tick)) [[unlikely]]
-      return FinishReading(nullptr, time);
+      return FinishReading(false, 0, time);
     if (fastPath_ == FastPath::kLinear) {
       *time = linear_->TickToTime(tick);
       return VOLM_S_OK;
     }
     if (piecewise_->TickToTimeInLatestSegment(tick, *time)) [[likely]]
       return VOLM_S_OK;
-    return FinishReading(&tick, time);
+    return FinishReading(true, tick, time);
   }
-  return FinishReading(nullptr, time);
+  return FinishReading(false, 0, time);
 }
 
-VolmResult SynchronizedClock::FinishReading(const std::uint64_t* tick,
+VolmResult SynchronizedClock::FinishReading(bool haveTick, std::uint64_t tick,
                                             std::uint64_t* time) noexcept {
   std::uint64_t now = 0;
   VolmResult result = VOLM_S_OK;
@@ -141,7 +141,7 @@ VolmResult SynchronizedClock::FinishReading(const std::uint64_t* tick,
   } else {
     // The counter was read (and converted past the latest segment here), or reading it failed,
     // which the components report.
-    result = tick != nullptr ? ConvertThroughCore(*tick, &now) : ReadTimeThroughComponents(&now);
+    result = haveTick ? ConvertThroughCore(tick, &now) : ReadTimeThroughComponents(&now);
   }
   if (VolmSucceeded(result)) *time = now;
   return result;

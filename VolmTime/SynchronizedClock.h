@@ -35,9 +35,10 @@ class SynchronizedClock : public CVolmUnknownImpl1<IClock> {
   // Reads the current time; on a failure of the correction function its error is copied
   // into this clock's last error. Returns the failure code.
   VolmResult ReadTime(std::uint64_t* time) noexcept;
-  // GetTime's reading where it does not answer inline: `tick` is the counter's reading, null
-  // when the counter was not read or failed. Sets `time` on success only.
-  [[gnu::noinline]] VolmResult FinishReading(const std::uint64_t* tick,
+  // GetTime's reading where it does not answer inline: `tick` is the counter's reading when
+  // `haveTick`, which is false when the counter was not read or failed. Sets `time` on success
+  // only. The tick goes by value, so that the inline path keeps it in a register.
+  [[gnu::noinline]] VolmResult FinishReading(bool haveTick, std::uint64_t tick,
                                              std::uint64_t* time) noexcept;
   // The tick converted by the core function; on a failure, the whole reading through the
   // components.

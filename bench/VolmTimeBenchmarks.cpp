@@ -192,6 +192,9 @@ int main(int argc, char** argv) {
   }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  // Printed beside the load average and kept in the results' context.
+  const std::string clockSource = ClockSource();
+  benchmark::AddCustomContext("clock_source", clockSource.empty() ? "unknown" : clockSource);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

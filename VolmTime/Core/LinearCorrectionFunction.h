@@ -2,6 +2,7 @@
 #ifndef VOLMTIME_CORE_LINEARCORRECTIONFUNCTION_H
 #define VOLMTIME_CORE_LINEARCORRECTIONFUNCTION_H
 
+#include "VolmTime/Core/ExactScaling.h"
 #include "VolmTime/Core/FullRangeConversion.h"
 #include "VolmTime/Core/ICorrectionFunction.h"
 
@@ -15,11 +16,14 @@ class LinearCorrectionFunction final : public ICorrectionFunction<Tick, Time> {
   // Nothing is validated: a zero, negative or non-finite rate gives the answers of
   // TruncateToUint64 for the resulting products.
   LinearCorrectionFunction(Tick tickOffset, double rate, Time timeOffset) noexcept
-      : tickOffset_(tickOffset), rate_(rate), timeOffset_(timeOffset) {}
+      : tickOffset_(tickOffset),
+        rate_(rate),
+        fixedRate_(ToFixedPoint(rate)),
+        timeOffset_(timeOffset) {}
 
   // Differences and sums wrap modulo 2^64; products truncate toward zero.
   [[nodiscard]] Time TickToTime(Tick tick) const override {
-    return timeOffset_ + TruncateToUint64(ToDouble(tick - tickOffset_) * rate_);
+    return timeOffset_ + ScaleTicks(tick - tickOffset_, rate_, fixedRate_);
   }
   [[nodiscard]] Tick TimeToTick(Time time) const override {
     return tickOffset_ + TruncateToUint64(ToDouble(time - timeOffset_) / rate_);
@@ -29,6 +33,7 @@ class LinearCorrectionFunction final : public ICorrectionFunction<Tick, Time> {
  private:
   Tick tickOffset_;
   double rate_;
+  FixedPointRate fixedRate_;
   Time timeOffset_;
 };
 

@@ -4,7 +4,7 @@
 #ifndef VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTION_H
 #define VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTION_H
 
-#include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/ExactScaling.h"
 #include "VolmTime/Core/IPiecewiseLinearCorrection.h"
 #include "VolmTime/Core/SampleStore.h"
 
@@ -43,9 +43,14 @@ class PiecewiseLinearCorrectionFunction : public IPiecewiseLinearCorrection<Tick
     if ((FlagsOf(before.countAndFlags) & kFlagLatestValid) == 0) return false;
     const CorrectionSample latest =
         LoadSample(store_->latestRing[before.latestSlot & kLatestSlotMask]);
-    if (tick < latest.tick || latest.rate == 0.0) return false;
-    if (!ViewSurvived(before, ReadHeader(*store_))) return false;
-    time = latest.time + TruncateToUint64(ToDouble(tick - latest.tick) * latest.rate);
+    if (tick < latest.tick || !ViewSurvived(before, ReadHeader(*store_))) return false;
+    std::uint64_t scaled = 0;
+    if (!ScaleExactly(tick - latest.tick, ToFixedPoint(latest.rate), scaled)) [[unlikely]] {
+      // A rate of 0 has no fixed-point form, so it is looked at only here.
+      if (latest.rate == 0.0) return false;
+      scaled = TruncateToUint64(ToDouble(tick - latest.tick) * latest.rate);
+    }
+    time = latest.time + scaled;
     return true;
   }
 

@@ -9,7 +9,7 @@ constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 }  // namespace
 
 bool ReadTickImpl(std::uint64_t& tick) noexcept {
-  timespec now{};
+  timespec now;  // filled on success, the only case read
   // The raw monotonic clock is not slewed by NTP: its ticks keep one fixed frequency.
   if (::clock_gettime(CLOCK_MONOTONIC_RAW, &now) != 0) return false;
   tick = static_cast<std::uint64_t>(now.tv_sec) * kNanosecondsPerSecond +

@@ -1,11 +1,14 @@
 #include "BenchReport.h"
 
+#include "ClockSource.h"
+
 #include <cstdio>
 #include <fstream>
 #include <thread>
 
 BenchConditions MeasuredConditions() {
   BenchConditions conditions;
+  conditions.clockSource = ClockSource();
   // Linux tells the load average in /proc; Windows has none.
   std::ifstream loadFile("/proc/loadavg");
   double load = 0;
@@ -18,7 +21,8 @@ BenchConditions MeasuredConditions() {
 void PrintConditions(const BenchConditions& conditions) {
   char load[32] = "unknown";
   if (conditions.loadAverage) std::snprintf(load, sizeof load, "%.2f", *conditions.loadAverage);
-  std::printf("conditions: load average %s on %u CPUs; volmtime built %s%s%s\n", load,
+  std::printf("conditions: clock source %s; load average %s on %u CPUs; volmtime built %s%s%s\n",
+              conditions.clockSource.empty() ? "unknown" : conditions.clockSource.c_str(), load,
               conditions.cpus, conditions.buildType.c_str(),
               conditions.benchLibraryType.empty() ? "" : "; Google Benchmark library ",
               conditions.benchLibraryType.c_str());

@@ -7,13 +7,14 @@
 #include <string>
 
 struct BenchConditions {
+  std::string clockSource;            // the kernel's clock source; empty where not known
   std::optional<double> loadAverage;  // one minute; none where the system does not tell
   unsigned cpus = 1;
   std::string buildType;         // this build's CMake build type, with its sanitizers
   std::string benchLibraryType;  // Google Benchmark's own build ("release", "debug"), if used
 };
 
-// The machine's one-minute load average and CPU count, and this build's type.
+// The machine's clock source, one-minute load average and CPU count, and this build's type.
 BenchConditions MeasuredConditions();
 
 // Prints the conditions and any warnings to standard output.

@@ -196,7 +196,8 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
   PrintConditions(conditions);
   nlohmann::ordered_json results = {
       {"context",
-       {{"load_avg", conditions.loadAverage ? nlohmann::ordered_json(*conditions.loadAverage)
+       {{"clock_source", conditions.clockSource},
+        {"load_avg", conditions.loadAverage ? nlohmann::ordered_json(*conditions.loadAverage)
                                             : nlohmann::ordered_json()},
         {"num_cpus", conditions.cpus},
         {"build_type", conditions.buildType},

@@ -139,6 +139,7 @@ int RunBench(const ToolOptions& options) {
   if (context.contains("load_avg") && !context["load_avg"].empty())
     conditions.loadAverage = context["load_avg"][0].get<double>();
   conditions.cpus = context.value("num_cpus", conditions.cpus);
+  conditions.clockSource = context.value("clock_source", conditions.clockSource);
   conditions.benchLibraryType = context.value("library_build_type", "");
   std::printf("\n");
   PrintConditions(conditions);

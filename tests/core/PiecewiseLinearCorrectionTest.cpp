@@ -47,28 +47,19 @@ class PiecewiseLinear : public ::testing::Test {
   std::unique_ptr<Function> f_ = std::make_unique<Function>();
 };
 
-TEST_F(PiecewiseLinear, SegmentsEvaluateBothWaysOnlyWhereDefined) {
+// Ordinary lookups both ways, before the first sample and on segments of rate 0, are checked
+// against a plain search over random stores below; here what that search does not meet.
+TEST_F(PiecewiseLinear, EmptyFunctionsSignedZeroAndNaNRatesAndProductsPastTwoTo63) {
   EXPECT_EQ(At(5), kNoSegment);
   EXPECT_EQ(TickOf(5), kNoSegment);
   EXPECT_EQ(f_->GetRate(), 0.0);
   f_->AddSample(100, 2.0, 1000);
-  f_->AddSample(200, 0.0, 1200);  // a rate of 0 leaves its segment undefined
-  f_->AddSample(300, 0.5, 1300);
-  f_->Publish();
-  const std::pair<std::uint64_t, std::string> ticks[] = {
-      {99, kUndefined},  {100, "1000"},     {150, "1100"}, {199, "1198"},
-      {200, kUndefined}, {299, kUndefined}, {300, "1300"}, {1000, "1650"}};
-  for (const auto& [tick, expected] : ticks) EXPECT_EQ(At(tick), expected) << tick;
-  const std::pair<std::uint64_t, std::string> times[] = {
-      {999, kUndefined}, {1150, "175"}, {1250, kUndefined}, {1300, "300"}, {1400, "500"}};
-  for (const auto& [time, expected] : times) EXPECT_EQ(TickOf(time), expected) << time;
-  EXPECT_EQ(f_->GetRate(), 0.5);
-  EXPECT_EQ(f_->GetSampleCount(), 3u);
-  // -0 is a rate of 0 too; NaN is not.
-  f_->AddSample(400, -0.0, 1400);
+  f_->AddSample(400, -0.0, 1400);  // -0 is a rate of 0 too; NaN is not
   f_->AddSample(500, std::numeric_limits<double>::quiet_NaN(), 1500);
   f_->Publish();
+  EXPECT_EQ(f_->GetSampleCount(), 3u);
   EXPECT_EQ(At(450), kUndefined);
+  EXPECT_EQ(TickOf(1450), kUndefined);
   EXPECT_NE(At(550), kUndefined);
   // Products from 2^63 on keep their top bit.
   const std::uint64_t far = (std::uint64_t{1} << 63) + 4096;
@@ -115,7 +106,7 @@ TEST_F(PiecewiseLinear, TicksAndTimesMustIncrease) {
   EXPECT_EQ(f_->GetSampleCount(), 1u);  // a refused sample changes nothing
 }
 
-TEST_F(PiecewiseLinear, FullHistoryKeepsAMovingWindowAcrossTheSeam) {
+TEST_F(PiecewiseLinear, FullHistoryKeepsAMovingWindowAndResetsAfterAWrap) {
   AppendRun(1, kFullThreshold);  // the append that sets the full flag
   f_->Publish();
   EXPECT_EQ(f_->GetSampleCount(), kHistoryCapacity - 17 + 1);
@@ -125,15 +116,8 @@ TEST_F(PiecewiseLinear, FullHistoryKeepsAMovingWindowAcrossTheSeam) {
   f_->Publish();
   EXPECT_EQ(At(15), kUndefined);
   EXPECT_EQ(At(25), "25");
-  AppendRun(kFullThreshold + 2, 1000);  // the window now spans the ring's seam
+  AppendRun(kFullThreshold + 2, 1000);  // past the ring's seam, as a random store below
   f_->Publish();
-  EXPECT_EQ(f_->GetSampleCount(), kHistoryCapacity - 17 + 1);
-  const std::uint64_t beforeSeam = 10 * (kHistoryCapacity - 2) + 4;
-  const std::uint64_t afterSeam = 10 * (kHistoryCapacity + 3) + 4;
-  EXPECT_EQ(At(beforeSeam), std::to_string(beforeSeam));
-  EXPECT_EQ(TickOf(afterSeam), std::to_string(afterSeam));
-  EXPECT_EQ(At(10 * 1001 + 5), kUndefined);
-  EXPECT_EQ(At(10 * 1002 + 5), std::to_string(10 * 1002 + 5));
   // Reset after a wrap: slot 0 holds an old sample, yet a small first sample is taken.
   f_->Reset();
   EXPECT_EQ(At(6), kNoSegment);

@@ -132,6 +132,9 @@ TEST_F(SegmentRules, AClockSteppedBackBeyondTheLimitStartsOver) {
   const Discipline::Update same = discipline_.Next({previous_.tick, previous_.time + 5});
   EXPECT_EQ(same.action, Discipline::Action::kSkip);
   EXPECT_EQ(same.sample.tick, previous_.tick);
+  // A system clock that has stood still since the last update, within the limit, starts over.
+  EXPECT_EQ(discipline_.Next({previous_.tick + 1'000, previous_.time}).action,
+            Discipline::Action::kStartOver);
 }
 
 TEST_F(SegmentRules, ATakenOverFunctionIsContinuedWithoutGoingBack) {

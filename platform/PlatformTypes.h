@@ -23,14 +23,14 @@ inline constexpr NativeHandle kNoHandle = -1;
 using WideString = std::basic_string<VolmWideChar>;
 
 // Outcomes of a wait, with the values of the Win32 wait functions on both platforms.
-inline constexpr std::uint32_t kWaitObject0 = 0x00000000u;
-inline constexpr std::uint32_t kWaitAbandoned0 = 0x00000080u;
-inline constexpr std::uint32_t kWaitTimeout = 0x00000102u;
-inline constexpr std::uint32_t kWaitFailed = 0xFFFFFFFFu;
+inline constexpr std::uint32_t kWaitObject0 = VOLM_WAIT_OBJECT_0;
+inline constexpr std::uint32_t kWaitAbandoned0 = VOLM_WAIT_ABANDONED_0;
+inline constexpr std::uint32_t kWaitTimeout = VOLM_WAIT_TIMEOUT;
+inline constexpr std::uint32_t kWaitFailed = VOLM_WAIT_FAILED;
 // A timeout that never elapses.
-inline constexpr std::uint32_t kInfinite = 0xFFFFFFFFu;
+inline constexpr std::uint32_t kInfinite = VOLM_INFINITE;
 // The most handles one wait accepts.
-inline constexpr std::uint32_t kMaximumWaitObjects = 64;
+inline constexpr std::uint32_t kMaximumWaitObjects = VOLM_MAXIMUM_WAIT_OBJECTS;
 
 // 100-nanosecond units per second: the unit of time, due times and system time.
 inline constexpr std::uint64_t kTimeUnitsPerSecond = VOLM_TIME_UNITS_PER_SECOND;

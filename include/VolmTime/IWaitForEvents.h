@@ -4,13 +4,7 @@
 
 #include <VolmTime/IVolmUnknown.h>
 
-// Outcomes of IWaitForEvents::Wait.
-inline constexpr std::uint32_t VOLM_WAIT_OBJECT_0 = 0x00000000u;
-inline constexpr std::uint32_t VOLM_WAIT_ABANDONED_0 = 0x00000080u;
-inline constexpr std::uint32_t VOLM_WAIT_TIMEOUT = 0x00000102u;
-inline constexpr std::uint32_t VOLM_WAIT_FAILED = 0xFFFFFFFFu;
-inline constexpr std::uint32_t VOLM_INFINITE = 0xFFFFFFFFu;
-inline constexpr std::uint32_t VOLM_MAXIMUM_WAIT_OBJECTS = 64;
+// The outcomes of Wait, VOLM_INFINITE and VOLM_MAXIMUM_WAIT_OBJECTS are in VolmTypes.h.
 
 class IWaitForEvents : public IVolmUnknown {
  public:

@@ -22,6 +22,14 @@ inline constexpr VolmResult VOLM_CLASS_E_CLASSNOTAVAILABLE = 0x80040111u;
 // Times, due times and durations are counted in 100-nanosecond units.
 inline constexpr std::uint64_t VOLM_TIME_UNITS_PER_SECOND = 10'000'000u;
 
+// Outcomes of IWaitForEvents::Wait.
+inline constexpr std::uint32_t VOLM_WAIT_OBJECT_0 = 0x00000000u;
+inline constexpr std::uint32_t VOLM_WAIT_ABANDONED_0 = 0x00000080u;
+inline constexpr std::uint32_t VOLM_WAIT_TIMEOUT = 0x00000102u;
+inline constexpr std::uint32_t VOLM_WAIT_FAILED = 0xFFFFFFFFu;
+inline constexpr std::uint32_t VOLM_INFINITE = 0xFFFFFFFFu;
+inline constexpr std::uint32_t VOLM_MAXIMUM_WAIT_OBJECTS = 64;
+
 constexpr bool VolmSucceeded(VolmResult result) noexcept { return (result & 0x80000000u) == 0; }
 constexpr bool VolmFailed(VolmResult result) noexcept { return !VolmSucceeded(result); }
 

@@ -4,14 +4,11 @@
 
 namespace VolmTime::Platform {
 
-// Gives up the rest of the calling thread's time slice, so that a thread waiting for the
-// counter to reach a tick leaves the processor to others between two readings.
-void YieldTimeSlice() noexcept;
-
-// While an object lives, the calling thread's short sleeps (YieldTimeSlice above all) end
-// as close to when they are due as the platform allows, instead of being held back to
-// gather wake-ups; the thread's previous setting comes back at the end. Does nothing on
-// platforms without such a setting. Create and destroy it on the same thread.
+// Lives through one precise wait of the calling thread: a wait that sleeps for the bulk of
+// the time and then reads the counter until it reaches its tick, giving up the processor
+// between two readings. While it lives, the thread's short sleeps end as close to when they
+// are due as the platform allows, instead of being held back to gather wake-ups; the
+// thread's previous setting comes back at the end. Create, use and destroy it on one thread.
 class PreciseWakeUps {
  public:
   PreciseWakeUps() noexcept;
@@ -19,8 +16,16 @@ class PreciseWakeUps {
   PreciseWakeUps(const PreciseWakeUps&) = delete;
   PreciseWakeUps& operator=(const PreciseWakeUps&) = delete;
 
+  // Gives up the rest of the calling thread's time slice, so that others may run between two
+  // readings of the counter, and comes back as soon as the platform can.
+  void YieldTimeSlice() noexcept;
+
  private:
-  long previous_ = -1;
+  // How the processor is given up, chosen at the first yield of the wait.
+  enum class Yielding { Undecided, ToTheScheduler, BySleeping };
+
+  long previousSlack_ = -1;
+  Yielding yielding_ = Yielding::Undecided;
 };
 
 }  // namespace VolmTime::Platform

@@ -70,7 +70,7 @@ std::uint64_t WindowsCounter::GetTick() const { return ReadTickOrThrow(); }
 
 void WindowsCounter::SleepTick(std::uint64_t ticks) {
   const std::uint64_t start = ReadTickOrThrow();
-  const Platform::PreciseWakeUps preciseWakeUps;
+  Platform::PreciseWakeUps preciseWakeUps;
   const std::uint64_t target = start + ticks;
   // The timer wakes the thread a little early and the yield loop below finishes the wait:
   // the platform wakes a sleeper tens of microseconds late, the counter is exact.
@@ -90,14 +90,14 @@ void WindowsCounter::SleepTick(std::uint64_t ticks) {
   }
   timer.Reset();
   // The timer's truncated due time can end a little early; the counter decides.
-  while (ReadTickOrThrow() < target) Platform::YieldTimeSlice();
+  while (ReadTickOrThrow() < target) preciseWakeUps.YieldTimeSlice();
 }
 
 void WindowsCounter::SpinTick(std::uint64_t ticks) {
   const std::uint64_t start = ReadTickOrThrow();
-  const Platform::PreciseWakeUps preciseWakeUps;
+  Platform::PreciseWakeUps preciseWakeUps;
   do {
-    Platform::YieldTimeSlice();
+    preciseWakeUps.YieldTimeSlice();
   } while (ReadTickOrThrow() - start <= ticks);
 }
 

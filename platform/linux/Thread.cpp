@@ -1,34 +1,64 @@
 #include "platform/Thread.h"
 
+#include "platform/linux/ProcessorLoad.h"
+
+#include <sched.h>
 #include <sys/prctl.h>
 #include <time.h>
+
+#include <chrono>
 
 namespace VolmTime::Platform {
 
 namespace {
+
 // prctl takes 0 as "back to the default slack", so the least settable slack is 1 ns.
 constexpr unsigned long kLeastTimerSlackNs = 1;
-}  // namespace
 
-// sched_yield keeps the thread runnable but puts it behind every busy thread on its
-// processor, which then keeps the processor for a whole scheduler slice (milliseconds). A
-// sleep of one nanosecond takes the thread off the processor for the same purpose, and the
-// scheduler lets a thread that wakes from a sleep run ahead of busy ones. With the timer
-// slack at its least the sleep lasts a few microseconds; with the default slack about 50.
-void YieldTimeSlice() noexcept {
+// A sched_yield that finds no other thread to run returns within microseconds; one that
+// took longer than this gave the processor away.
+constexpr std::chrono::microseconds kLongestIdleYield{50};
+
+void SleepOneNanosecond() noexcept {
   const timespec oneNanosecond{0, 1};
   (void)::clock_nanosleep(CLOCK_MONOTONIC, 0, &oneNanosecond, nullptr);
 }
 
+}  // namespace
+
 PreciseWakeUps::PreciseWakeUps() noexcept {
   const int current = ::prctl(PR_GET_TIMERSLACK, 0, 0, 0, 0);
   if (current < 0 || static_cast<unsigned long>(current) == kLeastTimerSlackNs) return;
-  if (::prctl(PR_SET_TIMERSLACK, kLeastTimerSlackNs, 0, 0, 0) == 0) previous_ = current;
+  if (::prctl(PR_SET_TIMERSLACK, kLeastTimerSlackNs, 0, 0, 0) == 0) previousSlack_ = current;
 }
 
 PreciseWakeUps::~PreciseWakeUps() {
-  if (previous_ >= 0) {
-    (void)::prctl(PR_SET_TIMERSLACK, static_cast<unsigned long>(previous_), 0, 0, 0);
+  if (previousSlack_ >= 0) {
+    (void)::prctl(PR_SET_TIMERSLACK, static_cast<unsigned long>(previousSlack_), 0, 0, 0);
+  }
+}
+
+// On an idle processor sched_yield returns at once and the counter is read again within a
+// microsecond or two. When every processor is busy it puts the thread behind the busy
+// threads, which then keep the processor for a whole scheduler slice (milliseconds); a sleep
+// of one nanosecond takes the thread off the processor instead, and the scheduler lets a
+// thread that wakes from a sleep run ahead of busy ones. With the timer slack at its least
+// that sleep lasts some microseconds, so it is kept for when the processors are all taken:
+// when the machine is found busy at the first yield, or a yield turns out to have given the
+// processor away.
+void PreciseWakeUps::YieldTimeSlice() noexcept {
+  if (yielding_ == Yielding::Undecided) {
+    yielding_ =
+        Linux::EveryRunnableThreadHasAProcessor() ? Yielding::ToTheScheduler : Yielding::BySleeping;
+  }
+  if (yielding_ == Yielding::BySleeping) {
+    SleepOneNanosecond();
+    return;
+  }
+  const auto before = std::chrono::steady_clock::now();
+  (void)::sched_yield();
+  if (std::chrono::steady_clock::now() - before > kLongestIdleYield) {
+    yielding_ = Yielding::BySleeping;
   }
 }
 

@@ -4,10 +4,10 @@
 
 namespace VolmTime::Platform {
 
-void YieldTimeSlice() noexcept { ::Sleep(0); }
-
 // Sleep(0) does not sleep, so there is no slack to take away.
 PreciseWakeUps::PreciseWakeUps() noexcept = default;
 PreciseWakeUps::~PreciseWakeUps() = default;
+
+void PreciseWakeUps::YieldTimeSlice() noexcept { ::Sleep(0); }
 
 }  // namespace VolmTime::Platform

@@ -16,6 +16,7 @@
 #include <functional>
 #include <memory>
 #include <numeric>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -104,10 +105,10 @@ BENCHMARK(Sleeps)
     ->Unit(benchmark::kMillisecond);
 
 // Arguments: the period in milliseconds, the number of busy processes. The library's
-// periodic timer and the platform's (timerfd, read as a plain program reads it) run side by
-// side and are waited for in kTurns turns of kRounds intervals each. Reports for each the
-// mean interval and the median and 99th percentile of how far an interval was from the
-// period, in microseconds.
+// periodic timer and the platform's (timerfd, read as a plain program reads it) take turns,
+// kTurns turns of kRounds intervals each. Only the timer of the turn runs, so that the
+// other's firings do not land in its measurements. Reports for each the mean interval and the
+// median and 99th percentile of how far an interval was from the period, in microseconds.
 constexpr int kTurns = 8;
 
 void PeriodicTimers(benchmark::State& state) {
@@ -116,8 +117,7 @@ void PeriodicTimers(benchmark::State& state) {
   Volm().factory->GetRelativeClock(&clock);
   IWaitableTimer* timer = nullptr;
   clock->CreateTimer(&timer);
-  timer->SetPeriodic(static_cast<std::uint64_t>(periodMs) * 10'000);
-  const PlatformPeriodicTimer timerfd{std::chrono::milliseconds(periodMs)};
+  std::optional<PlatformPeriodicTimer> timerfd;
   Way ways[] = {
       {"timer",
        [timer] {
@@ -125,17 +125,25 @@ void PeriodicTimers(benchmark::State& state) {
          timer->Wait(VOLM_INFINITE, &outcome);
        },
        {}},
-      {"timerfd", [&timerfd] { timerfd.Wait(); }, {}},
+      {"timerfd", [&timerfd] { timerfd->Wait(); }, {}},
   };
+  const std::function<void()> start[] = {
+      [timer, periodMs] { timer->SetPeriodic(static_cast<std::uint64_t>(periodMs) * 10'000); },
+      [&timerfd, periodMs] { timerfd.emplace(std::chrono::milliseconds(periodMs)); },
+  };
+  const std::function<void()> stop[] = {[timer] { timer->Cancel(); },
+                                        [&timerfd] { timerfd.reset(); }};
   const Load load(state.range(1));
   for (auto _ : state) {
     for (int turn = 0; turn < kTurns; ++turn) {
       // Each goes first in every other turn, so neither always meets the load just after
       // it started.
       for (int place = 0; place < 2; ++place) {
-        Way& way = ways[(place + turn) % 2];
-        // The first wait takes what fired during the other's turn, the second starts on a
-        // firing.
+        const int index = (place + turn) % 2;
+        Way& way = ways[index];
+        start[index]();
+        // The first wait may take a firing kept from the timer's last turn, the second starts
+        // on a firing.
         way.waitOnce();
         way.waitOnce();
         auto previous = Clock::now();
@@ -145,6 +153,7 @@ void PeriodicTimers(benchmark::State& state) {
           way.measured.push_back(std::chrono::duration<double, std::micro>(now - previous).count());
           previous = now;
         }
+        stop[index]();
       }
     }
   }
@@ -157,7 +166,6 @@ void PeriodicTimers(benchmark::State& state) {
     state.counters[std::string(way.name) + "_median_us"] = Median(deviation);
     state.counters[std::string(way.name) + "_p99_us"] = Percentile99(deviation);
   }
-  timer->Cancel();
   timer->Release();
   clock->Release();
 }

@@ -2,6 +2,7 @@
 // would otherwise use. Run: volm_benchmarks --benchmark_out=results.json
 #include "HostFixture.h"
 #include "linux/PlatformBaselines.h"
+#include "tools/common/Process.h"
 
 #include <absl/time/clock.h>
 #include <benchmark/benchmark.h>

@@ -3,14 +3,6 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
-#include <fstream>
-
-std::string ClockSource() {
-  std::ifstream file("/sys/devices/system/clocksource/clocksource0/current_clocksource");
-  std::string name;
-  std::getline(file, name);
-  return name;
-}
 
 void PlatformSleep(std::chrono::milliseconds duration) noexcept {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);

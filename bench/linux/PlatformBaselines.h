@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <string>
 
 // The counter the library reads, read directly; inline, as a program would call it.
 inline timespec ReadPlatformCounter() noexcept {
@@ -15,10 +14,6 @@ inline timespec ReadPlatformCounter() noexcept {
   clock_gettime(CLOCK_MONOTONIC_RAW, &now);
   return now;
 }
-
-// The kernel's clock source ("tsc", "kvm-clock", ...), which the counter read's cost depends
-// on; empty when the system does not tell.
-std::string ClockSource();
 
 // clock_nanosleep on the monotonic clock.
 void PlatformSleep(std::chrono::milliseconds duration) noexcept;

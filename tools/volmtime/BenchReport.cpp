@@ -1,6 +1,6 @@
 #include "BenchReport.h"
 
-#include "ClockSource.h"
+#include "tools/common/Process.h"
 
 #include <cstdio>
 #include <fstream>

@@ -54,7 +54,8 @@ TEST_F(ClockTest, TimeIsTheCorrectionOfTheCurrentTick) {
 }
 
 TEST_F(ClockTest, CorrectionFailuresReachTheCallerWithTheirCodeAndText) {
-  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> empty(new PiecewiseLinearCorrectionFunctionLocal);
+  CVolmPtr<PiecewiseLinearCorrectionFunctionLocal> empty(
+      new PiecewiseLinearCorrectionFunctionLocal);
   CVolmPtr<ScriptedCorrection> own(new ScriptedCorrection);
   own->failure = 0x8004AB01u;
   CVolmPtr<ScriptedCorrection> silent(new ScriptedCorrection);

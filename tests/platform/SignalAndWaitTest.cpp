@@ -115,8 +115,12 @@ TEST(Timer, PeriodicTimerRepeatsUntilCancelledAndCancelKeepsAFiringThatHappened)
 TEST(Timer, AutoResetReleasesOneWaiterManualResetAllUntilArmedAgain) {
   UniqueHandle automatic = CreateWaitableTimer(false);
   UniqueHandle manual = CreateWaitableTimer(true);
-  EXPECT_EQ(ReleasedByOneSignal(automatic.Get(), [&] { EXPECT_TRUE(ArmWaitableTimer(automatic.Get(), 0, 0)); }), 1);
-  EXPECT_EQ(ReleasedByOneSignal(manual.Get(), [&] { EXPECT_TRUE(ArmWaitableTimer(manual.Get(), 0, 0)); }), 2);
+  EXPECT_EQ(ReleasedByOneSignal(automatic.Get(),
+                                [&] { EXPECT_TRUE(ArmWaitableTimer(automatic.Get(), 0, 0)); }),
+            1);
+  EXPECT_EQ(
+      ReleasedByOneSignal(manual.Get(), [&] { EXPECT_TRUE(ArmWaitableTimer(manual.Get(), 0, 0)); }),
+      2);
   // A cancel keeps the firing; only arming again resets it. (Wine resets only manual-reset
   // timers when they are armed, so a manual-reset one shows it on both builds.)
   ASSERT_TRUE(CancelWaitableTimer(manual.Get()));

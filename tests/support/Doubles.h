@@ -26,7 +26,9 @@ class SteeredCounter : public VolmTime::Core::IHighResolutionCounter {
   explicit SteeredCounter(std::uint64_t frequency) : frequency_(frequency) {}
   const WideString& GetName() const override { return name_; }
   std::unique_ptr<VolmTime::Core::IWaitableTickTimer> CreateTickTimer() override { return nullptr; }
-  void SleepTick(std::uint64_t ticks) override { calls.push_back("sleep " + std::to_string(ticks)); }
+  void SleepTick(std::uint64_t ticks) override {
+    calls.push_back("sleep " + std::to_string(ticks));
+  }
   std::uint64_t GetFrequency() const override { return frequency_; }
   std::uint64_t GetTick() const override { return tick.load(); }
   bool IsAvailable() const override { return true; }

@@ -81,6 +81,7 @@ TEST_F(BadInput, NamesThatAreMissingEmptyOrRefusedFailWithTheirReason) {
     EXPECT_EQ(text.rfind(prefix + reason, 0), 0u) << text;
     EXPECT_GT(text.size(), prefix.size() + 3) << text;
     EXPECT_EQ(text.substr(text.size() - 2), ").");
+    EXPECT_EQ(text.find('\n'), std::string::npos) << text;
   }
 }
 

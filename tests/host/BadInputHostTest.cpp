@@ -89,10 +89,10 @@ TEST_F(BadInput, WaitsOnBadHandlesGiveFailAsTheOutcome) {
   Ref<IWaitForEvents> waiter;
   factory_->CreateWaitForEvents(waiter.Out());
   HostEvent event;
-  std::vector<VolmHandle> many(VOLM_MAXIMUM_WAIT_OBJECTS + 1, event.Handle());
-  const VolmHandle closed = HostEvent().Handle();  // closed at the semicolon
+  std::vector<VolmHandle> many(65, event.Handle());  // one more than the 64 a wait takes
+  const VolmHandle closed = HostEvent().Handle();    // closed at the semicolon
   const std::pair<const VolmHandle*, std::uint32_t> calls[] = {
-      {many.data(), VOLM_MAXIMUM_WAIT_OBJECTS + 1}, {many.data(), 0}, {nullptr, 1}, {&closed, 1}};
+      {many.data(), 65}, {many.data(), 0}, {nullptr, 1}, {&closed, 1}};
   for (const auto& [handles, count] : calls) {
     std::uint32_t outcome = 0;
     EXPECT_EQ(waiter->Wait(handles, count, false, 0, &outcome), VOLM_S_OK);

@@ -17,12 +17,6 @@ class NamedClocks : public LeakChecked {
               VOLM_S_OK);
     writer_ = Writer(name_);
   }
-  void TearDown() override {
-    writer_.Reset();
-    advanced_.Reset();
-    factory_.Reset();
-    LeakChecked::TearDown();
-  }
   CVolmPtr<IPiecewiseLinearCorrection> Writer(const std::string& name) {
     CVolmPtr<IPiecewiseLinearCorrection> writer;
     EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(WidenBytes(name).c_str(), writer.Put()),

@@ -15,12 +15,6 @@ class WaitableTimerTest : public LeakChecked {
     tickTimer_ = new RecordingTickTimer;
     timer_ = new VolmTime::WaitableTimer(correction_.Get(), tickTimer_.Get());
   }
-  void TearDown() override {
-    timer_.Reset();
-    correction_.Reset();
-    tickTimer_.Reset();
-    LeakChecked::TearDown();
-  }
   CVolmPtr<ScriptedCorrection> correction_;
   CVolmPtr<RecordingTickTimer> tickTimer_;
   CVolmPtr<VolmTime::WaitableTimer> timer_;

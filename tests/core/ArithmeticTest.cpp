@@ -38,9 +38,13 @@ TEST(LinearCorrection, TruncatesBothWaysAndWrapsModuloTwoTo64) {
 }
 
 TEST(FullRangeConversion, ValuesWithoutAnUnsignedMeaningHaveFixedAnswers) {
-  const std::pair<double, std::uint64_t> cases[] = {
-      {std::nan(""), 0}, {-5.5, 0}, {0.999, 0}, {1e30, UINT64_MAX}, {kInfinity, UINT64_MAX},
-      {9223372036854775808.0, kTop}, {1.8446744073709550e19, 18446744073709549568u}};
+  const std::pair<double, std::uint64_t> cases[] = {{std::nan(""), 0},
+                                                    {-5.5, 0},
+                                                    {0.999, 0},
+                                                    {1e30, UINT64_MAX},
+                                                    {kInfinity, UINT64_MAX},
+                                                    {9223372036854775808.0, kTop},
+                                                    {1.8446744073709550e19, 18446744073709549568u}};
   for (const auto& [value, expected] : cases) EXPECT_EQ(TruncateToUint64(value), expected) << value;
 }
 
@@ -50,10 +54,12 @@ TEST(DurationTicks, TruncatedQuotientOfDurationAndRate) {
     double rate;
     std::uint64_t ticks;
   };
-  const Case cases[] = {
-      {50'000, kQpcRate, 17'897}, {20'000, 0.01, 2'000'000}, {7, 2.0, 3}, {0, 1e-300, 0},
-      {1'000, kInfinity, 0},  // every duration lasts no tick
-      {std::uint64_t{3} << 62, 1.0, std::uint64_t{3} << 62}};
+  const Case cases[] = {{50'000, kQpcRate, 17'897},
+                        {20'000, 0.01, 2'000'000},
+                        {7, 2.0, 3},
+                        {0, 1e-300, 0},
+                        {1'000, kInfinity, 0},  // every duration lasts no tick
+                        {std::uint64_t{3} << 62, 1.0, std::uint64_t{3} << 62}};
   for (const Case& c : cases) {
     const auto converted = TicksForDuration(c.duration, c.rate);
     EXPECT_EQ(converted.failure, nullptr) << c.duration << " / " << c.rate;
@@ -64,10 +70,14 @@ TEST(DurationTicks, TruncatedQuotientOfDurationAndRate) {
 // Rates that give no count, and counts the counter cannot reach, are refused with a reason.
 TEST(DurationTicks, RatesWithoutAReachableCountAreRefused) {
   const std::tuple<std::uint64_t, double, std::basic_string_view<VolmWideChar>> cases[] = {
-      {10'000, 0.0, VOLM_TEXT("no usable rate")},      {10'000, -0.0, VOLM_TEXT("no usable rate")},
-      {10'000, -1.0, VOLM_TEXT("no usable rate")},     {10'000, -kInfinity, VOLM_TEXT("no usable rate")},
-      {10'000, std::nan(""), VOLM_TEXT("no usable rate")}, {1, 1e-300, VOLM_TEXT("more ticks than")},
-      {20'000, 1e-16, VOLM_TEXT("more ticks than")},   {std::uint64_t{1} << 62, 0.25, VOLM_TEXT("more ticks than")}};
+      {10'000, 0.0, VOLM_TEXT("no usable rate")},
+      {10'000, -0.0, VOLM_TEXT("no usable rate")},
+      {10'000, -1.0, VOLM_TEXT("no usable rate")},
+      {10'000, -kInfinity, VOLM_TEXT("no usable rate")},
+      {10'000, std::nan(""), VOLM_TEXT("no usable rate")},
+      {1, 1e-300, VOLM_TEXT("more ticks than")},
+      {20'000, 1e-16, VOLM_TEXT("more ticks than")},
+      {std::uint64_t{1} << 62, 0.25, VOLM_TEXT("more ticks than")}};
   for (const auto& [duration, rate, reason] : cases) {
     const auto converted = TicksForDuration(duration, rate);
     ASSERT_NE(converted.failure, nullptr) << duration << " / " << rate;

@@ -26,18 +26,24 @@ TEST_F(BadInput, NullOutPointersAreRefusedWhereAResultIsWrittenAndAcceptedWhereM
   relative_->CreateTimer(timer.Out());
   bool valid = false;
   std::uint64_t value = 0;
-  const VolmResult refused[] = {
-      factory_->QueryInterface(IID_IClock, nullptr), factory_->IsCounterAvailable(nullptr),
-      relative_->GetTime(nullptr),                    relative_->TryGetTime(&valid, nullptr),
-      relative_->TryGetTime(nullptr, &value),         relative_->IsSystemTime(nullptr),
-      correction->GetRate(nullptr),                   correction->TickToTime(1, nullptr),
-      timer->GetHandle(nullptr),                      timer->Wait(0, nullptr),
-      waiter->Wait(nullptr, 0, false, 0, nullptr)};
+  const VolmResult refused[] = {factory_->QueryInterface(IID_IClock, nullptr),
+                                factory_->IsCounterAvailable(nullptr),
+                                relative_->GetTime(nullptr),
+                                relative_->TryGetTime(&valid, nullptr),
+                                relative_->TryGetTime(nullptr, &value),
+                                relative_->IsSystemTime(nullptr),
+                                correction->GetRate(nullptr),
+                                correction->TickToTime(1, nullptr),
+                                timer->GetHandle(nullptr),
+                                timer->Wait(0, nullptr),
+                                waiter->Wait(nullptr, 0, false, 0, nullptr)};
   for (const VolmResult result : refused) EXPECT_EQ(result, VOLM_E_POINTER);
-  const VolmResult accepted[] = {
-      factory_->GetCounter(nullptr),          factory_->GetSystemClock(nullptr),
-      factory_->CreateWaitForEvents(nullptr), advanced_->CreateLocalCorrection(nullptr),
-      relative_->GetCorrectionFunction(nullptr), relative_->CreateTimer(nullptr)};
+  const VolmResult accepted[] = {factory_->GetCounter(nullptr),
+                                 factory_->GetSystemClock(nullptr),
+                                 factory_->CreateWaitForEvents(nullptr),
+                                 advanced_->CreateLocalCorrection(nullptr),
+                                 relative_->GetCorrectionFunction(nullptr),
+                                 relative_->CreateTimer(nullptr)};
   for (const VolmResult result : accepted) EXPECT_EQ(result, VOLM_S_OK);
 }
 
@@ -50,7 +56,8 @@ TEST_F(BadInput, NamesThatAreMissingEmptyOrRefusedFailWithTheirReason) {
   // A character that narrows to NUL ends the name there: here nothing is left of it.
   for (const Wide& empty : {Wide(), Wide{static_cast<VolmWideChar>(0x0100), 'b'}}) {
     EXPECT_EQ(advanced_->CreateSharedMemoryCorrection(empty.c_str(), function.Out()), VOLM_E_FAIL);
-    EXPECT_EQ(LastErrorText(factory_), "The shared memory >< is not available (the name is empty).");
+    EXPECT_EQ(LastErrorText(factory_),
+              "The shared memory >< is not available (the name is empty).");
   }
   EXPECT_EQ(factory_->CreateSynchronizedClock(Wide().c_str(), clock.Out()), VOLM_E_FAIL);
   const std::string name = UniqueName("volm-bad");
@@ -58,8 +65,7 @@ TEST_F(BadInput, NamesThatAreMissingEmptyOrRefusedFailWithTheirReason) {
   cut += {static_cast<VolmWideChar>(0x0100), 'B'};
   Ref<IPiecewiseLinearCorrection> writer;
   ASSERT_EQ(advanced_->CreateSharedMemoryCorrection(cut.c_str(), writer.Out()), VOLM_S_OK);
-  EXPECT_EQ(advanced_->OpenSharedMemoryCorrection(WideOf(name).c_str(), function.Out()),
-            VOLM_S_OK);
+  EXPECT_EQ(advanced_->OpenSharedMemoryCorrection(WideOf(name).c_str(), function.Out()), VOLM_S_OK);
   // A reader of a name nobody created, and a name the platform refuses.
 #if defined(_WIN32)
   const std::pair<std::string, std::string> refusals[] = {{name + "-none", ""}};
@@ -75,6 +81,7 @@ TEST_F(BadInput, NamesThatAreMissingEmptyOrRefusedFailWithTheirReason) {
     EXPECT_EQ(text.rfind(prefix + reason, 0), 0u) << text;
     EXPECT_GT(text.size(), prefix.size() + 3) << text;
     EXPECT_EQ(text.substr(text.size() - 2), ").");
+    EXPECT_EQ(text.find('\n'), std::string::npos) << text;
   }
 }
 
@@ -82,10 +89,10 @@ TEST_F(BadInput, WaitsOnBadHandlesGiveFailAsTheOutcome) {
   Ref<IWaitForEvents> waiter;
   factory_->CreateWaitForEvents(waiter.Out());
   HostEvent event;
-  std::vector<VolmHandle> many(VOLM_MAXIMUM_WAIT_OBJECTS + 1, event.Handle());
-  const VolmHandle closed = HostEvent().Handle();  // closed at the semicolon
+  std::vector<VolmHandle> many(65, event.Handle());  // one more than the 64 a wait takes
+  const VolmHandle closed = HostEvent().Handle();    // closed at the semicolon
   const std::pair<const VolmHandle*, std::uint32_t> calls[] = {
-      {many.data(), VOLM_MAXIMUM_WAIT_OBJECTS + 1}, {many.data(), 0}, {nullptr, 1}, {&closed, 1}};
+      {many.data(), 65}, {many.data(), 0}, {nullptr, 1}, {&closed, 1}};
   for (const auto& [handles, count] : calls) {
     std::uint32_t outcome = 0;
     EXPECT_EQ(waiter->Wait(handles, count, false, 0, &outcome), VOLM_S_OK);
@@ -104,7 +111,9 @@ TEST_F(BadInput, RatesThatGiveNoTickCountAreRefusedAndAnInfiniteOneWaitsNoTick) 
   ASSERT_EQ(clock->CreateTimer(timer.Out()), VOLM_S_OK);
   const char* const noRate = "The clock's correction function has no usable rate";
   const std::pair<double, const char*> rows[] = {
-      {0.0, noRate}, {-1.0, noRate}, {std::numeric_limits<double>::quiet_NaN(), noRate},
+      {0.0, noRate},
+      {-1.0, noRate},
+      {std::numeric_limits<double>::quiet_NaN(), noRate},
       {1e-300, "The duration converts into more ticks than the counter can count"}};
   std::uint64_t tick = 0;
   for (const auto& [rate, text] : rows) {

@@ -93,6 +93,7 @@ int main(int argc, char** argv) {
     return PublishFast(timeBase.Factory(), WideOf(argv[2]), std::atol(argv[3]), std::atol(argv[4]));
   if (command == "read-monotonic" && argc == 4)
     return ReadMonotonic(timeBase.Factory(), WideOf(argv[2]), std::atol(argv[3]));
-  std::fprintf(stderr, "usage: volm_host_helper publish-fast NAME MS US | read-monotonic NAME MS\n");
+  std::fprintf(stderr,
+               "usage: volm_host_helper publish-fast NAME MS US | read-monotonic NAME MS\n");
   return 64;
 }

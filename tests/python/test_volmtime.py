@@ -24,11 +24,6 @@ def fresh_name():
     return f"volmtime-python-{os.getpid()}-{next(_names)}"
 
 
-def run_script(source, **kwargs):
-    return subprocess.Popen([sys.executable, "-c", source], stdout=subprocess.PIPE, text=True,
-                            **kwargs)
-
-
 @pytest.fixture
 def base():
     with volmtime.open() as opened:
@@ -99,17 +94,12 @@ def test_closed_objects_refuse_calls_and_release_their_references(base):
         base.system_clock()
 
 
-def test_shared_correction_is_seen_by_readers_once_published(base):
+def test_shared_correction_is_seen_by_its_readers(base):
     name = fresh_name()
     with base.create_shared_correction(name) as writer, base.open_shared_correction(name) as reader:
         writer.add_sample(10, 1.0, 100)
-        with pytest.raises(volmtime.VolmError):
-            reader.tick_to_time(20)  # nothing published yet
         writer.publish()
         assert reader.tick_to_time(20) == 110
-    # The last holder gone, the name is free: a reader finds nothing, a writer starts anew.
-    with pytest.raises(volmtime.VolmError):
-        base.open_shared_correction(name)
 
 
 def test_timers_fire_and_waits_time_out_or_wait_for_all(base):
@@ -138,17 +128,17 @@ def test_cancel_from_another_thread_ends_a_long_wait(base):
 
 
 def test_ctrl_c_ends_waits_and_sleeps():
-    child = run_script(
-        "import volmtime\n"
-        "with volmtime.open() as base, base.relative_clock() as clock:\n"
-        "    timer = clock.create_timer()\n"
-        "    for wait in (timer.wait, lambda: clock.sleep(60),\n"
-        "                 lambda: base.wait_for_events([timer])):\n"
-        "        try:\n"
-        "            print('waiting', flush=True)\n"
-        "            wait()\n"
-        "        except KeyboardInterrupt:\n"
-        "            print('interrupted', flush=True)\n")
+    source = ("import volmtime\n"
+              "with volmtime.open() as base, base.relative_clock() as clock:\n"
+              "    timer = clock.create_timer()\n"
+              "    for wait in (timer.wait, lambda: clock.sleep(60),\n"
+              "                 lambda: base.wait_for_events([timer])):\n"
+              "        try:\n"
+              "            print('waiting', flush=True)\n"
+              "            wait()\n"
+              "        except KeyboardInterrupt:\n"
+              "            print('interrupted', flush=True)\n")
+    child = subprocess.Popen([sys.executable, "-c", source], stdout=subprocess.PIPE, text=True)
     try:
         for _ in range(3):
             assert child.stdout.readline() == "waiting\n"
@@ -158,18 +148,6 @@ def test_ctrl_c_ends_waits_and_sleeps():
         assert child.wait(30) == 0
     finally:
         child.kill()
-
-
-def test_objects_left_open_are_released_at_exit():
-    name = fresh_name()
-    child = run_script(
-        "import atexit\n"
-        "atexit.register(lambda: print('released', base.can_unload()))\n"  # runs last
-        "import volmtime\n"
-        f"base = volmtime.open(); writer = base.create_shared_correction({name!r})\n")
-    assert child.communicate(timeout=30)[0] == "released True\n"
-    # Without the release the store would stay in /dev/shm (Linux only).
-    assert not os.path.exists(f"/dev/shm/{name}")
 
 
 @pytest.mark.skipif(not TOOL, reason="VOLMTIME_TOOL names the volmtime tool (set by ctest)")

@@ -1,11 +1,9 @@
-// The test doubles: a core counter the test steers or that always fails, a correction
-// function component whose rate and failures the test chooses, and a tick timer component
-// that records its armings. The platform's own fault injection stands in for a failing
-// platform.
+// The test doubles: a core counter the test steers, a correction function component whose
+// rate and failures the test chooses, and a tick timer component that records its armings.
+// The platform's own fault injection stands in for a failing platform and counter.
 #ifndef TESTS_SUPPORT_DOUBLES_H
 #define TESTS_SUPPORT_DOUBLES_H
 
-#include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/IHighResolutionCounter.h"
 #include "VolmTime/Core/IWaitableTickTimer.h"
 #include "VolmTime/ICorrectionFunction2.h"
@@ -26,7 +24,9 @@ class SteeredCounter : public VolmTime::Core::IHighResolutionCounter {
   explicit SteeredCounter(std::uint64_t frequency) : frequency_(frequency) {}
   const WideString& GetName() const override { return name_; }
   std::unique_ptr<VolmTime::Core::IWaitableTickTimer> CreateTickTimer() override { return nullptr; }
-  void SleepTick(std::uint64_t ticks) override { calls.push_back("sleep " + std::to_string(ticks)); }
+  void SleepTick(std::uint64_t ticks) override {
+    calls.push_back("sleep " + std::to_string(ticks));
+  }
   std::uint64_t GetFrequency() const override { return frequency_; }
   std::uint64_t GetTick() const override { return tick.load(); }
   bool IsAvailable() const override { return true; }
@@ -39,25 +39,6 @@ class SteeredCounter : public VolmTime::Core::IHighResolutionCounter {
  private:
   std::uint64_t frequency_;
   WideString name_ = VOLM_TEXT("steered counter");
-};
-
-// Every operation that can fail does, with the message a platform failure gives.
-class FailingCounter : public VolmTime::Core::IHighResolutionCounter {
- public:
-  static constexpr const char* kMessage =
-      "VolmTime::Core::WindowsCounter::GetTick failed. Reason: calling QPC failed.";
-  const WideString& GetName() const override { return name_; }
-  std::unique_ptr<VolmTime::Core::IWaitableTickTimer> CreateTickTimer() override { Fail(); }
-  void SleepTick(std::uint64_t) override { Fail(); }
-  std::uint64_t GetFrequency() const override { return 3'579'545; }
-  std::uint64_t GetTick() const override { Fail(); }
-  bool IsAvailable() const override { Fail(); }
-  bool HasTickTimer() const override { Fail(); }
-  void SpinTick(std::uint64_t) override { Fail(); }
-
- private:
-  [[noreturn]] static void Fail() { throw VolmTime::Core::CException(WidenBytes(kMessage)); }
-  WideString name_ = VOLM_TEXT("failing counter");
 };
 
 // time = tick, and tick = time / 2 the other way, at a chosen rate; a chosen failure code

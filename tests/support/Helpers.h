@@ -48,10 +48,11 @@ std::uint32_t RefCountOf(T* object) {
   return object->Release();
 }
 
-// Every component object a test makes is gone again when it ends.
+// Every component object a test makes is gone again when it ends, counted after the members
+// of a derived fixture are gone too.
 class LeakChecked : public ::testing::Test {
  protected:
-  void TearDown() override { EXPECT_EQ(GetLiveObjectCount(), liveBefore_); }
+  ~LeakChecked() override { EXPECT_EQ(GetLiveObjectCount(), liveBefore_); }
   std::uint32_t liveBefore_ = GetLiveObjectCount();
 };
 

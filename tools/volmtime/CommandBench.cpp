@@ -124,9 +124,13 @@ int RunBench(const ToolOptions& options) {
   std::printf("running volm_benchmarks, %d repetitions of each measurement (a few minutes)\n",
               options.repetitions);
   std::fflush(stdout);
+  // Repetitions of different measurements in random order: a ratio then compares readings
+  // taken over the same minutes, not a row from before the machine got busier with one from
+  // after.
   ChildProcess benchmarks(SiblingProgram("volm_benchmarks"),
                           {"--benchmark_out=" + json, "--benchmark_out_format=json",
                            "--benchmark_repetitions=" + std::to_string(options.repetitions),
+                           "--benchmark_enable_random_interleaving=true",
                            "--benchmark_report_aggregates_only=true"});
   const std::optional<int> exit = benchmarks.Wait(60 * 60 * 1000);
   if (!exit || *exit != 0) throw CommandError("the benchmarks did not finish");

@@ -16,9 +16,6 @@ namespace {
 
 [[noreturn]] void Fail(const VolmWideChar* message) { throw CException(message); }
 
-// How much sooner than asked the platform timer of SleepTick is set to fire (100-ns units).
-constexpr std::int64_t kEarlyWakeUnits = 2'000;
-
 std::uint64_t ReadTickOrThrow() {
   std::uint64_t tick = 0;
   if (!Platform::ReadTick(tick)) {
@@ -73,9 +70,10 @@ void WindowsCounter::SleepTick(std::uint64_t ticks) {
   Platform::PreciseWakeUps preciseWakeUps;
   const std::uint64_t target = start + ticks;
   // The timer wakes the thread a little early and the yield loop below finishes the wait:
-  // the platform wakes a sleeper tens of microseconds late, the counter is exact.
+  // the platform wakes a sleeper late by tens or hundreds of microseconds, the counter is
+  // exact.
   const std::int64_t dueTime =
-      std::min<std::int64_t>(SleepDueTime(ticks, frequency_) + kEarlyWakeUnits, 0);
+      std::min<std::int64_t>(SleepDueTime(ticks, frequency_) + wakeUpMargin_.Units(), 0);
   Platform::UniqueHandle timer = Platform::CreateWaitableTimer(true);
   if (!timer) {
     Fail(VOLM_TEXT(
@@ -89,8 +87,14 @@ void WindowsCounter::SleepTick(std::uint64_t ticks) {
         "VolmTime::Core::WindowsCounter::SleepTick failed. Reason: Waiting for timer failed."));
   }
   timer.Reset();
-  // The timer's truncated due time can end a little early; the counter decides.
-  while (ReadTickOrThrow() < target) preciseWakeUps.YieldTimeSlice();
+  std::uint64_t now = ReadTickOrThrow();
+  // A due time of 0 fires at once and says nothing about how late the platform wakes.
+  if (dueTime < 0) wakeUpMargin_.Observe(-SleepDueTime(now - start, frequency_), -dueTime);
+  // The counter decides when the wait is over, whenever the timer woke the thread.
+  while (now < target) {
+    preciseWakeUps.YieldTimeSlice();
+    now = ReadTickOrThrow();
+  }
 }
 
 void WindowsCounter::SpinTick(std::uint64_t ticks) {

@@ -4,6 +4,7 @@
 #define VOLMTIME_CORE_WINDOWSCOUNTER_H
 
 #include "VolmTime/Core/IHighResolutionCounter.h"
+#include "VolmTime/Core/WakeUpMargin.h"
 
 namespace VolmTime::Core {
 
@@ -28,6 +29,8 @@ class WindowsCounter : public IHighResolutionCounter {
  private:
   std::uint64_t frequency_ = 0;
   WideString name_;
+  // How early SleepTick arms its timer; learnt from the waits of all threads.
+  WakeUpMargin wakeUpMargin_;
 };
 
 // The relative due time (negative, 100-ns units) of a wait for `ticks` at `frequency`,

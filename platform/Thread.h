@@ -21,11 +21,13 @@ class PreciseWakeUps {
   void YieldTimeSlice() noexcept;
 
  private:
-  // How the processor is given up, chosen at the first yield of the wait.
-  enum class Yielding { Undecided, ToTheScheduler, BySleeping };
+  // How the processor is given up. Chosen when the wait begins, not at its first yield:
+  // looking at the machine costs tens of microseconds on some, which a wait that ends in
+  // microseconds cannot spend.
+  enum class Yielding { ToTheScheduler, BySleeping };
 
   long previousSlack_ = -1;
-  Yielding yielding_ = Yielding::Undecided;
+  Yielding yielding_ = Yielding::ToTheScheduler;
 };
 
 }  // namespace VolmTime::Platform

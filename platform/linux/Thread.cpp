@@ -26,7 +26,9 @@ void SleepOneNanosecond() noexcept {
 
 }  // namespace
 
-PreciseWakeUps::PreciseWakeUps() noexcept {
+PreciseWakeUps::PreciseWakeUps() noexcept
+    : yielding_(Linux::EveryRunnableThreadHasAProcessor() ? Yielding::ToTheScheduler
+                                                          : Yielding::BySleeping) {
   const int current = ::prctl(PR_GET_TIMERSLACK, 0, 0, 0, 0);
   if (current < 0 || static_cast<unsigned long>(current) == kLeastTimerSlackNs) return;
   if (::prctl(PR_SET_TIMERSLACK, kLeastTimerSlackNs, 0, 0, 0) == 0) previousSlack_ = current;
@@ -44,20 +46,19 @@ PreciseWakeUps::~PreciseWakeUps() {
 // of one nanosecond takes the thread off the processor instead, and the scheduler lets a
 // thread that wakes from a sleep run ahead of busy ones. With the timer slack at its least
 // that sleep lasts some microseconds, so it is kept for when the processors are all taken:
-// when the machine is found busy at the first yield, or a yield turns out to have given the
+// when the machine is found busy as the wait begins, or a yield turns out to have given the
 // processor away.
 void PreciseWakeUps::YieldTimeSlice() noexcept {
-  if (yielding_ == Yielding::Undecided) {
-    yielding_ =
-        Linux::EveryRunnableThreadHasAProcessor() ? Yielding::ToTheScheduler : Yielding::BySleeping;
-  }
   if (yielding_ == Yielding::BySleeping) {
     SleepOneNanosecond();
     return;
   }
   const auto before = std::chrono::steady_clock::now();
   (void)::sched_yield();
-  if (std::chrono::steady_clock::now() - before > kLongestIdleYield) {
+  // A long yield either gave the processor to a busy thread, which is still runnable, or lost
+  // it to something that is gone now (an interrupt, the hypervisor running another guest).
+  if (std::chrono::steady_clock::now() - before > kLongestIdleYield &&
+      !Linux::EveryRunnableThreadHasAProcessor()) {
     yielding_ = Yielding::BySleeping;
   }
 }

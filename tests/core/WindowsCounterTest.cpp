@@ -38,35 +38,28 @@ TEST(WindowsCounter, PlatformFailuresBecomeTheirMessages) {
   EXPECT_NO_THROW(counter.SleepTick(10));  // nothing is left broken
 }
 
-// Waits whose timer was due after 4 ms: every `period`-th woke `lateUnits` after that, the
+// Waits whose timer was due after 4 ms: every `period`-th woke `late` units after that, the
 // others 50 us after it. After 5,000 such waits the margin lies in [least, most].
-struct WakeUpPattern {
-  const char* machine;
-  int period;
-  std::int64_t lateUnits;
-  std::int64_t least;
-  std::int64_t most;
-};
-
 TEST(WakeUpMargin, SettlesWhereOneWakeUpInTwentyIsLater) {
-  constexpr std::int64_t kDue = 40'000;
+  constexpr std::int64_t kLeast = WakeUpMargin::kLeastUnits, kMost = WakeUpMargin::kMostUnits;
   constexpr std::int64_t kRise = WakeUpMargin::kRiseUnits;
-  const WakeUpPattern patterns[] = {
-      {"quiet: never later than the least margin", 1, 500, WakeUpMargin::kLeastUnits,
-       WakeUpMargin::kLeastUnits},
+  const struct {
+    const char* machine;
+    int period;
+    std::int64_t late, least, most;
+  } patterns[] = {
+      {"quiet: never later than the least margin", 1, 500, kLeast, kLeast},
       {"idle virtual processor: all 600 us late", 1, 6'000, 6'000, 6'000 + kRise},
       {"one in ten 500 us late", 10, 5'000, 4'800, 5'000 + kRise},
-      {"one in forty 500 us late", 40, 5'000, WakeUpMargin::kLeastUnits,
-       WakeUpMargin::kLeastUnits + kRise},
-      {"stalls of 5 ms", 1, 50'000, WakeUpMargin::kMostUnits, WakeUpMargin::kMostUnits},
+      {"one in forty 500 us late", 40, 5'000, kLeast, kLeast + kRise},
+      {"stalls of 5 ms", 1, 50'000, kMost, kMost},
   };
-  for (const WakeUpPattern& pattern : patterns) {
+  for (const auto& pattern : patterns) {
     SCOPED_TRACE(pattern.machine);
     WakeUpMargin margin;
-    EXPECT_EQ(margin.Units(), WakeUpMargin::kLeastUnits);
-    for (int wait = 1; wait <= 5'000; ++wait) {
-      margin.Observe(kDue + (wait % pattern.period == 0 ? pattern.lateUnits : 500), kDue);
-    }
+    EXPECT_EQ(margin.Units(), kLeast);
+    for (int wait = 1; wait <= 5'000; ++wait)
+      margin.Observe(40'000 + (wait % pattern.period == 0 ? pattern.late : 500), 40'000);
     EXPECT_GE(margin.Units(), pattern.least);
     EXPECT_LE(margin.Units(), pattern.most);
   }

@@ -1,12 +1,36 @@
 #include "tests/support/UniqueName.h"
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <random>
+
+namespace {
+
+const std::string kRun = std::to_string(static_cast<unsigned long long>(
+    std::chrono::steady_clock::now().time_since_epoch().count() ^ std::random_device{}()));
+
+// Linux keeps a store's name in /dev/shm until a holder removes it; a test program that leaves
+// one of its names there has lost a store's clean-up. (Windows names end with their handles.)
+struct NoNameLeftBehind : testing::Environment {
+  void TearDown() override {
+#if defined(__linux__)
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ignored)) {
+      const std::string file = entry.path().filename().string();
+      if (file.find("-" + kRun + "-") != std::string::npos) ADD_FAILURE() << "left: " << file;
+    }
+#endif
+  }
+};
+[[maybe_unused]] testing::Environment* const kCheck =
+    testing::AddGlobalTestEnvironment(new NoNameLeftBehind);
+
+}  // namespace
 
 std::string UniqueName(const std::string& prefix) {
   static std::atomic<unsigned> counter{0};
-  static const auto runId = static_cast<unsigned long long>(
-      std::chrono::steady_clock::now().time_since_epoch().count() ^ std::random_device{}());
-  return prefix + "-" + std::to_string(runId) + "-" + std::to_string(counter.fetch_add(1));
+  return prefix + "-" + kRun + "-" + std::to_string(counter.fetch_add(1));
 }

@@ -4,7 +4,8 @@
 
 #include <string>
 
-// "<prefix>-<process id>-<counter>-<random>".
+// "<prefix>-<run>-<counter>", the run drawn once per process from the clock and a random
+// device. A test program fails if a name it made is still in /dev/shm when it ends.
 std::string UniqueName(const std::string& prefix);
 
 #endif  // TESTS_SUPPORT_UNIQUENAME_H

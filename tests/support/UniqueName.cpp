@@ -9,8 +9,12 @@
 
 namespace {
 
-const std::string kRun = std::to_string(static_cast<unsigned long long>(
-    std::chrono::steady_clock::now().time_since_epoch().count() ^ std::random_device{}()));
+// Made on first use, so that a name asked for during static initialisation has it too.
+const std::string& Run() {
+  static const std::string run = std::to_string(static_cast<unsigned long long>(
+      std::chrono::steady_clock::now().time_since_epoch().count() ^ std::random_device{}()));
+  return run;
+}
 
 // Linux keeps a store's name in /dev/shm until a holder removes it; a test program that leaves
 // one of its names there has lost a store's clean-up. (Windows names end with their handles.)
@@ -20,7 +24,7 @@ struct NoNameLeftBehind : testing::Environment {
     std::error_code ignored;
     for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ignored)) {
       const std::string file = entry.path().filename().string();
-      if (file.find("-" + kRun + "-") != std::string::npos) ADD_FAILURE() << "left: " << file;
+      if (file.find("-" + Run() + "-") != std::string::npos) ADD_FAILURE() << "left: " << file;
     }
 #endif
   }
@@ -32,5 +36,5 @@ struct NoNameLeftBehind : testing::Environment {
 
 std::string UniqueName(const std::string& prefix) {
   static std::atomic<unsigned> counter{0};
-  return prefix + "-" + kRun + "-" + std::to_string(counter.fetch_add(1));
+  return prefix + "-" + Run() + "-" + std::to_string(counter.fetch_add(1));
 }

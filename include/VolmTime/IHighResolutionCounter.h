@@ -9,9 +9,9 @@ class IHighResolutionCounter : public IVolmUnknown {
  public:
   virtual VolmResult GetName(IVolmWideCharString** name) = 0;
   virtual VolmResult CreateTickTimer(IWaitableTickTimer** timer) = 0;
-  // Blocks until at least `ticks` ticks have passed: on a platform timer, then for the last
-  // 200 us to 1 ms yielding between readings of the counter (the more, the later the
-  // platform's timer has been waking this process's recent sleeps).
+  // Blocks until at least `ticks` ticks have passed: on a platform timer set to fire 200 us to
+  // 1 ms early (the more, the later it has been waking this process's recent sleeps), then
+  // yielding between readings of the counter for whatever is left.
   virtual VolmResult SleepTick(std::uint64_t ticks) = 0;
   virtual VolmResult GetFrequency(std::uint64_t* ticksPerSecond) = 0;
   virtual VolmResult GetTick(std::uint64_t* tick) = 0;

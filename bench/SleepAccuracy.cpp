@@ -104,7 +104,8 @@ BENCHMARK(Sleeps)
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
 
-// Arguments: the period in milliseconds, the number of busy processes. The library's
+// Arguments: the period in milliseconds, the number of busy processes, and 1 to wait in a
+// thread of real-time priority (skipped where the process may not take one). The library's
 // periodic timer and the platform's (timerfd, read as a plain program reads it) take turns,
 // kTurns turns of kRounds intervals each. Only the timer of the turn runs, so that the
 // other's firings do not land in its measurements. Reports for each the mean interval and the
@@ -112,6 +113,12 @@ BENCHMARK(Sleeps)
 constexpr int kTurns = 8;
 
 void PeriodicTimers(benchmark::State& state) {
+  std::optional<RealTimePriority> realTime;
+  if (state.range(2) != 0 && !realTime.emplace().Taken()) {
+    state.SkipWithError(
+        "this process may not take a real-time priority (root or CAP_SYS_NICE may)");
+    return;
+  }
   const std::int64_t periodMs = state.range(0);
   IClock* clock = nullptr;
   Volm().factory->GetRelativeClock(&clock);
@@ -175,11 +182,13 @@ void PeriodicTimers(benchmark::State& state) {
   clock->Release();
 }
 BENCHMARK(PeriodicTimers)
-    ->ArgNames({"ms", "busy"})
-    ->Args({1, 0})
-    ->Args({10, 0})
-    ->Args({1, 2})
-    ->Args({1, 5})
+    ->ArgNames({"ms", "busy", "realtime"})
+    ->Args({1, 0, 0})
+    ->Args({10, 0, 0})
+    ->Args({1, 2, 0})
+    ->Args({1, 5, 0})
+    ->Args({1, 2, 1})
+    ->Args({1, 5, 1})
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
 

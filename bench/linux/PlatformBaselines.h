@@ -1,5 +1,6 @@
 // The platform's own counter read, sleep and periodic timer, used as a plain Linux program
-// uses them: the baselines the library is measured against.
+// uses them: the baselines the library is measured against. And the real-time priority a
+// program may give its waiting thread, under which both are measured once more.
 #ifndef BENCH_LINUX_PLATFORMBASELINES_H
 #define BENCH_LINUX_PLATFORMBASELINES_H
 
@@ -31,6 +32,25 @@ class PlatformPeriodicTimer {
 
  private:
   int descriptor_;
+};
+
+// The calling thread at a real-time (first in, first out) priority while this lives, when the
+// process may take one (root, or CAP_SYS_NICE, or an RLIMIT_RTPRIO); processes and threads it
+// starts in the meantime begin at the normal priority. A woken real-time thread runs at once;
+// a thread of the normal policy may wait for a busy process to finish its time slice.
+class RealTimePriority {
+ public:
+  RealTimePriority() noexcept;
+  RealTimePriority(const RealTimePriority&) = delete;
+  RealTimePriority& operator=(const RealTimePriority&) = delete;
+  ~RealTimePriority();
+
+  [[nodiscard]] bool Taken() const noexcept { return taken_; }
+
+ private:
+  int policy_;
+  int priority_ = 0;
+  bool taken_ = false;
 };
 
 #endif  // BENCH_LINUX_PLATFORMBASELINES_H

@@ -71,19 +71,26 @@ constexpr WakeRow kLatenessRows[] = {
     VOLM_SLEEP_ROWS(5, 2, ", 2 busy processes", -1),
 };
 
+// Google Benchmark's name of a periodic timer run: the period, the busy processes, whether
+// the waiting thread had a real-time priority.
+#define VOLM_PERIODIC_RUN(ms, busy, realtime) \
+  "PeriodicTimers/ms:" #ms "/busy:" #busy "/realtime:" #realtime "/iterations:1"
+
 // The target is the period in ms.
-#define VOLM_PERIODIC_ROWS(ms, busy, load)                                                    \
-  {VOLM_WAKE(PeriodicTimers, ms, busy), "timer", "periodic timer " #ms " ms" load, "timerfd", \
-   static_cast<double>(ms)},                                                                  \
-  {                                                                                           \
-    VOLM_WAKE(PeriodicTimers, ms, busy), "timerfd", "timerfd " #ms " ms" load, nullptr, 0     \
+#define VOLM_PERIODIC_ROWS(ms, busy, realtime, load)                                            \
+  {VOLM_PERIODIC_RUN(ms, busy, realtime), "timer", "periodic timer " #ms " ms" load, "timerfd", \
+   static_cast<double>(ms)},                                                                    \
+  {                                                                                             \
+    VOLM_PERIODIC_RUN(ms, busy, realtime), "timerfd", "timerfd " #ms " ms" load, nullptr, 0     \
   }
 
 constexpr WakeRow kPeriodicRows[] = {
-    VOLM_PERIODIC_ROWS(1, 0, ""),
-    VOLM_PERIODIC_ROWS(10, 0, ""),
-    VOLM_PERIODIC_ROWS(1, 2, ", 2 busy processes"),
-    VOLM_PERIODIC_ROWS(1, 5, ", 5 busy processes"),
+    VOLM_PERIODIC_ROWS(1, 0, 0, ""),
+    VOLM_PERIODIC_ROWS(10, 0, 0, ""),
+    VOLM_PERIODIC_ROWS(1, 2, 0, ", 2 busy processes"),
+    VOLM_PERIODIC_ROWS(1, 5, 0, ", 5 busy processes"),
+    VOLM_PERIODIC_ROWS(1, 2, 1, ", 2 busy processes, real-time thread"),
+    VOLM_PERIODIC_ROWS(1, 5, 1, ", 5 busy processes, real-time thread"),
 };
 
 // Google Benchmark's aggregates of repeated runs, by run name and aggregate name.
@@ -91,9 +98,16 @@ class Aggregates {
  public:
   explicit Aggregates(const nlohmann::json& results) {
     for (const nlohmann::json& entry : results.at("benchmarks")) {
-      if (entry.value("run_type", "") != "aggregate") continue;
-      byName_[entry.at("run_name").get<std::string>() + "|" +
-              entry.at("aggregate_name").get<std::string>()] = entry;
+      const std::string run = entry.value("run_name", "");
+      if (entry.value("error_occurred", false)) {
+        skipped_[run] = entry.value("error_message", "");
+      } else if (entry.value("run_type", "") == "aggregate") {
+        byName_[run + "|" + entry.at("aggregate_name").get<std::string>()] = entry;
+      } else if (entry.value("repetitions", 0) <= 1) {
+        // A single repetition has no aggregates: it is its own mean and median.
+        byName_[run + "|mean"] = entry;
+        byName_[run + "|median"] = entry;
+      }
     }
   }
   // The field of one aggregate, 0 if the benchmark did not run (AbslNow without Abseil).
@@ -102,9 +116,15 @@ class Aggregates {
     const auto found = byName_.find(run + "|" + aggregate);
     return found == byName_.end() ? 0.0 : found->second.value(field, 0.0);
   }
+  // Why a benchmark has no result: what it said when it skipped itself.
+  [[nodiscard]] std::string Skipped(const std::string& run) const {
+    const auto found = skipped_.find(run);
+    return found == skipped_.end() ? "no result" : found->second;
+  }
 
  private:
   std::map<std::string, nlohmann::json> byName_;
+  std::map<std::string, std::string> skipped_;
 };
 
 std::string Ratio(double value, double baseline) {
@@ -204,6 +224,11 @@ int RunBench(const ToolOptions& options) {
     };
     const double mean = get(row.prefix, "_mean_interval_us");
     const double p99 = get(row.prefix, "_p99_us");
+    if (mean <= 0) {
+      std::printf("| %s | | | | not measured: %s |\n", row.what,
+                  aggregates.Skipped(row.run).c_str());
+      continue;
+    }
     std::string verdict;
     if (row.baseline) {
       const bool held = std::abs(mean - row.target * 1000.0) <= 5.0 &&

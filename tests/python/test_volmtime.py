@@ -24,6 +24,17 @@ def fresh_name():
     return f"volmtime-python-{os.getpid()}-{next(_names)}"
 
 
+@pytest.fixture(scope="session", autouse=True)
+def stores_are_let_go():
+    """Every store a test names, whichever process made it, is gone from /dev/shm at the end."""
+    yield
+    if not os.path.isdir("/dev/shm"):
+        return
+    prefix = f"volmtime-python-{os.getpid()}-"
+    left = [entry for entry in os.listdir("/dev/shm") if prefix in entry]
+    assert not left, f"left in /dev/shm: {left}"
+
+
 @pytest.fixture
 def base():
     with volmtime.open() as opened:

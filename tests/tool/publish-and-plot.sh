@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The volmtime tool end to end on a real publisher: a second publisher is refused and told
 # who holds the store, --take-over replaces the holder, and the plot of the store is valid
-# XML with labelled axes whose offsets equal an exact recomputation from the samples.
+# XML with labelled axes whose offsets equal an exact recomputation from the samples, and
+# the store is gone once both publishers have ended.
 # Usage: publish-and-plot.sh VOLMTIME [EMULATOR]   (the emulator runs Windows builds)
 set -euo pipefail
 tool=("${@:2}" "$1")
@@ -37,6 +38,12 @@ wait "$first"
 first=
 grep -q "takes over" "$scratch/first.txt" ||
   { echo "the first publisher did not give way:"; cat "$scratch/first.txt"; exit 1; }
+
+# Both publishers have ended, and so has the store they wrote (Linux keeps it in /dev/shm).
+if [ -z "${2:-}" ] && [ -d /dev/shm ]; then
+  left=$(ls /dev/shm | grep -F -- "$name" || true)
+  [ -z "$left" ] || { echo "left in /dev/shm: $left"; exit 1; }
+fi
 
 xmllint --noout "$scratch/plot.svg"
 python3 - "$scratch/plot.svg" "$scratch/store.json" <<'PY'

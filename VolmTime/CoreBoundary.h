@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The boundary of a component operation that calls a core object: a core exception becomes
 // VOLM_E_FAIL with the core's message as the last error; success leaves the last error alone.
 #ifndef VOLMTIME_COREBOUNDARY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/HighResDriverCounter.h"
 
 #include "VolmTime/CoreBoundary.h"

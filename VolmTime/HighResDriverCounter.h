@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform counter as a component: every operation forwarded to the core counter it
 // owns, the core's failures turned into error objects.
 #ifndef VOLMTIME_HIGHRESDRIVERCOUNTER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/HighResDriverCounterTimerWrapper.h"
 
 #include "VolmTime/HighResDriverCounter.h"

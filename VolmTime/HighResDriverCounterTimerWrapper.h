@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A counter component around another one that adds tick timers converting through a
 // correction function to the system time. Everything else is forwarded.
 #ifndef VOLMTIME_HIGHRESDRIVERCOUNTERTIMERWRAPPER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The module's own view of a correction function component: the public interface plus its
 // core function.
 #ifndef VOLMTIME_ICORRECTIONFUNCTION2_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The module's own view of a counter component: the public interface plus its core counter.
 #ifndef VOLMTIME_IHIGHRESOLUTIONCOUNTER2_H
 #define VOLMTIME_IHIGHRESOLUTIONCOUNTER2_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The module's own view of a piecewise-linear function component: the public interface,
 // and the correction function view that carries the core function.
 #ifndef VOLMTIME_IPIECEWISELINEARCORRECTION2_H

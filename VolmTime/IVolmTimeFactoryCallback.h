@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a named correction function tells the factory that it is going away, so the factory
 // forgets its name. No reference counting: the factory clears every function's pointer to it
 // before it is destroyed.

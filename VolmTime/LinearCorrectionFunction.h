@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A linear correction function as a component; the factory's default clocks convert through
 // two of them.
 #ifndef VOLMTIME_LINEARCORRECTIONFUNCTION_H

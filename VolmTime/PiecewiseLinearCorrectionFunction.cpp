@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/PiecewiseLinearCorrectionFunction.h"
 
 #include "VolmTime/CoreBoundary.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The component base of the piecewise-linear correction functions: result codes and error
 // objects around a core function that it owns.
 #ifndef VOLMTIME_PIECEWISELINEARCORRECTIONFUNCTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/PiecewiseLinearCorrectionFunctionLocal.h"
 
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"

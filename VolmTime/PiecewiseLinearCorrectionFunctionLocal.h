@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A piecewise-linear correction function in the host's own memory; the host is its writer.
 #ifndef VOLMTIME_PIECEWISELINEARCORRECTIONFUNCTIONLOCAL_H
 #define VOLMTIME_PIECEWISELINEARCORRECTIONFUNCTIONLOCAL_H

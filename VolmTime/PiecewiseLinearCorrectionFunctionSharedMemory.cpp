@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/PiecewiseLinearCorrectionFunctionSharedMemory.h"
 
 #include "VolmTime/Core/CException.h"

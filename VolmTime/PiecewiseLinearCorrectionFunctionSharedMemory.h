@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A piecewise-linear correction function in named shared memory, as writer or reader. A
 // reader behind named clocks tells the factory when it goes away.
 #ifndef VOLMTIME_PIECEWISELINEARCORRECTIONFUNCTIONSHAREDMEMORY_H

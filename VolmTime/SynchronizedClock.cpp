@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/SynchronizedClock.h"
 
 #include "VolmTime/Core/DurationTicks.h"

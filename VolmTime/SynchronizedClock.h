@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A clock: the counter's current tick mapped through a correction function, or the
 // platform's system time.
 #ifndef VOLMTIME_SYNCHRONIZEDCLOCK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/VolmTimeFactory.h"
 
 #include "platform/SystemTime.h"

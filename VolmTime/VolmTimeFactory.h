@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The time factory: the one object a host obtains from the module. It makes the default
 // counter and clocks once and hands them to every caller, and makes the other objects on
 // request.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/WaitForEvents.h"
 
 #include "platform/Wait.h"

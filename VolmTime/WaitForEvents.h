@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Waiting on several platform handles at once: the host's own next to the library's.
 #ifndef VOLMTIME_WAITFOREVENTS_H
 #define VOLMTIME_WAITFOREVENTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/WaitableTimer.h"
 
 #include "VolmTime/Core/DurationTicks.h"

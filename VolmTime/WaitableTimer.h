@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A timer on a clock's time axis: times and durations are turned into ticks with the clock's
 // correction function when the timer is armed.
 #ifndef VOLMTIME_WAITABLETIMER_H

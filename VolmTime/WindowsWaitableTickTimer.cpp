@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/WindowsWaitableTickTimer.h"
 
 #include "VolmTime/CoreBoundary.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tick timer as a component: a core tick timer over the core counter and the core
 // correction function of the components it keeps alive.
 #ifndef VOLMTIME_WINDOWSWAITABLETICKTIMER_H

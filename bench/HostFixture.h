@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The library as the benchmarks reach it: loaded like a host loads it.
 #ifndef BENCH_HOSTFIXTURE_H
 #define BENCH_HOSTFIXTURE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How late sleeps and periodic timers wake, next to the standard library's and the
 // platform's own, on an idle machine and with busy processes that the benchmark starts and
 // stops itself (argument `busy`: that many processes, each spinning on a processor). Each

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading time, evaluating a full store and appending, each next to the alternatives a host
 // would otherwise use. Run: volm_benchmarks --benchmark_out=results.json
 #include "HostFixture.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Boost (header-only parts) for the library; GoogleTest only for the tests; CLI11 and
 # nlohmann-json (header-only) for the tool; on Linux, Google Benchmark.
 if(CMAKE_CROSSCOMPILING AND WIN32)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Install rules: the library, its public headers, CMake package files (VolmTime::Headers,
 # VolmTime::VolmTime), a pkg-config file and the volmtime tool.
 include(CMakePackageConfigHelpers)

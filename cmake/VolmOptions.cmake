@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Compiler settings shared by every target of the project.
 add_library(volm_options INTERFACE)
 target_compile_options(volm_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Packages built by CPack from the install rules: a Debian package on Linux, a zip on Windows.
 #   cpack --preset linux     build/linux/volmtime_0.2.0_amd64.deb
 #   cpack --preset windows   build/windows/VolmTime-0.2.0-win64.zip

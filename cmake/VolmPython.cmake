@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Finds what the Python module needs and sets VOLMTIME_BUILD_PYTHON. The interpreter is
 # Debian's /usr/bin/python3 where it exists, whatever else is first on PATH, because Debian's
 # pybind11 and pytest are installed for it; -DPython3_EXECUTABLE=... picks another.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs a Windows test program under Wine with a prefix private to the build tree.
 # The prefix is created once, under a lock, so parallel test runs do not race on it.
 set -eu

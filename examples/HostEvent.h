@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An event the host makes with the platform's own calls (an eventfd on Linux, an event
 // object on Windows), to wait for together with VolmTime's timers.
 #ifndef VOLMTIME_EXAMPLES_HOSTEVENT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host that links the library (VolmTime::VolmTime in CMake, -lVolmTime with pkg-config) and
 // calls the entry points directly instead of loading the library at run time.
 #include <VolmTime/VolmTime.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading VolmTime at run time, as the examples' hosts do: the library beside the program
 // first, then the file the build system knows (VOLMTIME_LIBRARY_FILE, set by the
 // VolmTime::Headers target from the build tree or the installed package). When no

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads VolmTime's system clock and relative clock, with the library loaded at run time.
 //   read_clock [LIBRARY]   LIBRARY: a library file to load instead of the usual places
 #include "LoadVolmTime.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a named clock: the time that one writer publishes in named shared memory and that
 // every process reading the name shares.
 //   read_named_clock NAME   reads the clock a writer publishes as NAME (volmtime publish NAME)

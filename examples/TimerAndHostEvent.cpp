@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Arms a timer on VolmTime's relative clock and waits for it together with an event of the
 // host's own, in one wait: first the timer fires, then the host's event (signalled by another
 // thread) ends a wait before a far-off timer would.

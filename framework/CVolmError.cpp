@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framework/CVolmError.h"
 
 CVolmError::CVolmError(VolmResult code, WideStringView text)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The error object: a result code and its text, fixed at construction.
 #ifndef FRAMEWORK_CVOLMERROR_H
 #define FRAMEWORK_CVOLMERROR_H

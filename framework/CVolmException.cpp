@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framework/CVolmException.h"
 
 #include "framework/CVolmError.h"

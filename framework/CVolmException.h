@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The exception that carries a failure between component objects inside one operation.
 #ifndef FRAMEWORK_CVOLMEXCEPTION_H
 #define FRAMEWORK_CVOLMEXCEPTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A reference-holding interface pointer: holds one reference to its pointee and gives it
 // back when cleared, reassigned or destroyed.
 #ifndef FRAMEWORK_CVOLMPTR_H

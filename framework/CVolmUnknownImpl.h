@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The implementation of reference counting, interface queries and the last error that every
 // component class of the module derives from.
 #ifndef FRAMEWORK_CVOLMUNKNOWNIMPL_H

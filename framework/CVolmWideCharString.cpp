@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framework/CVolmWideCharString.h"
 
 CVolmWideCharString::CVolmWideCharString(const VolmWideChar* text) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The string object that carries texts across the interface, an error's text above all.
 #ifndef FRAMEWORK_CVOLMWIDECHARSTRING_H
 #define FRAMEWORK_CVOLMWIDECHARSTRING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The boundary of a component operation that calls other component objects: no exception
 // leaves it, a failure becomes the object's last error and the operation's result, and
 // success clears the last error.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framework/ErrorText.h"
 
 #include "platform/SystemMessage.h"

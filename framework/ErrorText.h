@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts for result codes that arrive without an error object.
 #ifndef FRAMEWORK_ERRORTEXT_H
 #define FRAMEWORK_ERRORTEXT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framework/LiveObjects.h"
 
 #include <atomic>

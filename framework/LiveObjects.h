@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The module's count of component objects that exist; the module may be unloaded when it
 // is 0.
 #ifndef FRAMEWORK_LIVEOBJECTS_H

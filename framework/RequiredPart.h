@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Constructors of components that are given the components they use refuse a missing one
 // with a clear exception instead of keeping a null pointer to call later.
 #ifndef FRAMEWORK_REQUIREDPART_H

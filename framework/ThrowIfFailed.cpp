@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framework/ThrowIfFailed.h"
 
 #include "framework/CVolmException.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Turns the failure code of a call on an inner component object into a CVolmException that
 // carries the inner object's error, or a composed text naming the call site.
 #ifndef FRAMEWORK_THROWIFFAILED_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framework/VolmIdentifiers.h"
 
 #include <boost/uuid/string_generator.hpp>

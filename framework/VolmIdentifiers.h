@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The identifiers the module knows, built from their text form during static
 // initialisation, before any entry point can run.
 #ifndef FRAMEWORK_VOLMIDENTIFIERS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which identifier names each interface, in one place, so that every class that answers
 // QueryInterface sees all of them whatever else it includes.
 #ifndef FRAMEWORK_VOLMINTERFACEIDS_H

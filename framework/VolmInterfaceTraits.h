@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compile-time facts about interfaces that the implementation templates need: the
 // identifier that names an interface, and which sub-object is an object's primary
 // IVolmUnknown.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversions between the module's 16-bit texts and byte strings.
 #ifndef FRAMEWORK_WIDETEXT_H
 #define FRAMEWORK_WIDETEXT_H

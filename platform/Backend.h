@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The per-platform hooks behind the platform layer's shared front files. Each backend
 // (linux/, windows/) defines them with the system calls alone; the front files (Counter.cpp,
 // Event.cpp, Timer.cpp, Wait.cpp, SharedMemory.cpp) own the argument checks and the fault

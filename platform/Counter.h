@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform's high-resolution tick counter.
 #ifndef VOLMTIME_PLATFORM_COUNTER_H
 #define VOLMTIME_PLATFORM_COUNTER_H

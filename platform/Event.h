@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Auto-reset events.
 #ifndef VOLMTIME_PLATFORM_EVENT_H
 #define VOLMTIME_PLATFORM_EVENT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A seam through which tests make platform calls fail that cannot be made to fail for real.
 // Each counter says how many of the next calls of its kind fail; 0 (the default) means none.
 // Production code never sets them.

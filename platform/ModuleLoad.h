@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the Windows library does when the loader maps it into a process.
 #ifndef VOLMTIME_PLATFORM_MODULELOAD_H
 #define VOLMTIME_PLATFORM_MODULELOAD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Types and constants of the platform layer. Nothing above the platform layer includes a
 // platform header; it uses these names instead.
 #ifndef VOLMTIME_PLATFORM_PLATFORMTYPES_H

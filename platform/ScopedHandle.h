@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Move-only owners of platform resources, made from one traits template.
 #ifndef VOLMTIME_PLATFORM_SCOPEDHANDLE_H
 #define VOLMTIME_PLATFORM_SCOPEDHANDLE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named shared memory that lives while some process holds it.
 #ifndef VOLMTIME_PLATFORM_SHAREDMEMORY_H
 #define VOLMTIME_PLATFORM_SHAREDMEMORY_H

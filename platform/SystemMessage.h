@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text of a system message code.
 #ifndef VOLMTIME_PLATFORM_SYSTEMMESSAGE_H
 #define VOLMTIME_PLATFORM_SYSTEMMESSAGE_H

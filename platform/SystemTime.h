@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform's precise wall-clock time.
 #ifndef VOLMTIME_PLATFORM_SYSTEMTIME_H
 #define VOLMTIME_PLATFORM_SYSTEMTIME_H

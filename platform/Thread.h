@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scheduling helpers.
 #ifndef VOLMTIME_PLATFORM_THREAD_H
 #define VOLMTIME_PLATFORM_THREAD_H

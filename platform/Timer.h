@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Waitable timers with the semantics of Win32 waitable timers on every platform.
 #ifndef VOLMTIME_PLATFORM_TIMER_H
 #define VOLMTIME_PLATFORM_TIMER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/Wait.h"
 
 #include "platform/Backend.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Waiting on one or several handles, with the outcomes of the Win32 wait functions.
 #ifndef VOLMTIME_PLATFORM_WAIT_H
 #define VOLMTIME_PLATFORM_WAIT_H

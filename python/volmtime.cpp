@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The volmtime Python module: VolmTime's time base for Python scripts. It is a host like any
 // other: it loads the library at run time and reaches it through the public headers only.
 //

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """VolmTime's time base: clocks, shared correction functions and timers.
 
 Times are ints in 100-ns units: since 1601-01-01 UTC for the system clock and the named

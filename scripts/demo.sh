@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The main job: installs what is missing, builds the library and the volmtime tool, and runs
 # `volmtime demo`: a publisher and two watcher processes sharing one time, and a timer on it.
 # Shows the build's progress; an interrupted build or demo ends with a failure.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the store reader fuzzer with clang's libFuzzer (plus AddressSanitizer and
 # UndefinedBehaviorSanitizer) and runs it for a while from the seed corpus in the tree.
 # FUZZ_SECONDS sets how long (default 20). New inputs go to a scratch folder, not the tree.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs what a fresh Debian 12 machine lacks for building and testing VolmTime.
 # Safe to run again: it installs only what is missing and says nothing when all is there.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs what is missing, then builds and tests every preset: linux, linux-asan,
 # linux-tsan and windows (under Wine), and runs the store reader fuzzer for a short while.
 # Stops at the first failure.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The exception that the core classes throw: a wide message and its UTF-8 form for what().
 #ifndef VOLMTIME_CORE_CEXCEPTION_H
 #define VOLMTIME_CORE_CEXCEPTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/Core/DurationTicks.h"
 
 #include "VolmTime/Core/FullRangeConversion.h"

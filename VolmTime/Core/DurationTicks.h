@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a clock's duration in time units becomes a number of counter ticks to wait for.
 #ifndef VOLMTIME_CORE_DURATIONTICKS_H
 #define VOLMTIME_CORE_DURATIONTICKS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A tick difference times a rate, truncated to a whole count: the double product every mapping
 // is defined by, taken in integer arithmetic wherever that gives the same answer, because a
 // clock reading waits for this product and integer multiplication is the shorter wait.

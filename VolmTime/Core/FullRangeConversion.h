@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversions between unsigned 64-bit counts and doubles over the whole unsigned range, as
 // every tick and time mapping of the module needs them.
 #ifndef VOLMTIME_CORE_FULLRANGECONVERSION_H

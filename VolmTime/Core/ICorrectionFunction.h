@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The core view of a correction function: plain values, no reference counting.
 #ifndef VOLMTIME_CORE_ICORRECTIONFUNCTION_H
 #define VOLMTIME_CORE_ICORRECTIONFUNCTION_H

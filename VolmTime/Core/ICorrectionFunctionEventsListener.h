@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Told when a correction function is being destroyed, before it releases anything.
 #ifndef VOLMTIME_CORE_ICORRECTIONFUNCTIONEVENTSLISTENER_H
 #define VOLMTIME_CORE_ICORRECTIONFUNCTIONEVENTSLISTENER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The core counter: ticks, their frequency and waits measured in ticks. Failures throw
 // CException.
 #ifndef VOLMTIME_CORE_IHIGHRESOLUTIONCOUNTER_H

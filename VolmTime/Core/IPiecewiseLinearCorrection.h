@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The core view of a piecewise-linear correction function: evaluation for everyone, appending
 // and publishing for its one writer. Failures throw CException.
 #ifndef VOLMTIME_CORE_IPIECEWISELINEARCORRECTION_H

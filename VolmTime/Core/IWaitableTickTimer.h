@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The core tick timer: a platform waitable timer armed in counter ticks, and a cancel event
 // that wakes its waiter.
 #ifndef VOLMTIME_CORE_IWAITABLETICKTIMER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // time = timeOffset + (tick - tickOffset) * rate: a straight line through one anchor point.
 #ifndef VOLMTIME_CORE_LINEARCORRECTIONFUNCTION_H
 #define VOLMTIME_CORE_LINEARCORRECTIONFUNCTION_H

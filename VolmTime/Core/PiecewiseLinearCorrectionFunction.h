@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A piecewise-linear correction function over a SampleStore that a subclass provides. One
 // writer appends samples privately and makes them visible with Publish; readers evaluate
 // the published function without a lock.

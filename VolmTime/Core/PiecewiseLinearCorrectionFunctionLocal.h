@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A piecewise-linear correction function whose store lives in process memory. Always a
 // writer.
 #ifndef VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTIONLOCAL_H

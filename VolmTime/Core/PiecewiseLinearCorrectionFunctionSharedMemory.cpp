@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionSharedMemory.h"
 
 #include "VolmTime/Core/CException.h"

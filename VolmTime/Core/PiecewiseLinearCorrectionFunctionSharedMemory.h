@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A piecewise-linear correction function whose store lies in named shared memory: one
 // process writes it, any number of processes read it without locks.
 #ifndef VOLMTIME_CORE_PIECEWISELINEARCORRECTIONFUNCTIONSHAREDMEMORY_H

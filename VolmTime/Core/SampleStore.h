@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Access to a sample store that other threads and processes share.
 #ifndef VOLMTIME_CORE_SAMPLESTORE_H
 #define VOLMTIME_CORE_SAMPLESTORE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/Core/TickTimerPlatform.h"
 
 #include "platform/Event.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform calls a tick timer makes, behind a small interface so tests can record the
 // armings or make a creation fail without patching the platform.
 #ifndef VOLMTIME_CORE_TICKTIMERPLATFORM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/Core/TimerArithmetic.h"
 
 #include <VolmTime/VolmTypes.h>

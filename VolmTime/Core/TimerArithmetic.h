@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How tick counts become the due times and periods of a platform timer. The order of the
 // floating-point steps is part of the result: the factor is computed first, then the
 // product, and every conversion truncates.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much sooner than asked a precise wait sets its platform timer, so that the timer wakes
 // the thread before the target and the counter decides the rest. How late a platform timer
 // wakes a sleeper depends on the machine and moves with time: a virtual processor that was

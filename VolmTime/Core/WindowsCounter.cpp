@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/Core/WindowsCounter.h"
 
 #include "VolmTime/Core/CException.h"

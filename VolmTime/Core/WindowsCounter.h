@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform's performance counter as a core counter: ticks, their fixed frequency, and
 // waits for a number of ticks.
 #ifndef VOLMTIME_CORE_WINDOWSCOUNTER_H

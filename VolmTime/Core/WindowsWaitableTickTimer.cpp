@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/Core/WindowsWaitableTickTimer.h"
 
 #include "VolmTime/Core/CException.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A tick timer over one auto-reset platform timer and one auto-reset cancel event: armed in
 // counter ticks, waited on by one thread, cancelled from another.
 #ifndef VOLMTIME_CORE_WINDOWSWAITABLETICKTIMER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Windows loader's hook into the library. The parameter types are those of the system's
 // declaration (HINSTANCE, DWORD, LPVOID, BOOL) spelled without its header, which only the
 // platform layer includes.

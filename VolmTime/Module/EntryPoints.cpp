@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The four functions the library exports. Everything else stays hidden.
 #include <VolmTime/VolmTimeEntryPoints.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the exported entry points do, kept apart from the exports so tests can call it.
 #ifndef VOLMTIME_MODULE_MODULEENTRY_H
 #define VOLMTIME_MODULE_MODULEENTRY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "VolmTime/Module/ModuleState.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // State the module keeps once per load: the module lock, the factory slot and the attach
 // count.
 #ifndef VOLMTIME_MODULE_MODULESTATE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "PlatformBaselines.h"
 
 #include <sched.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform's own counter read, sleep and periodic timer, used as a plain Linux program
 // uses them: the baselines the library is measured against. And the real-time priority a
 // program may give its waiting thread, under which both are measured once more.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "HostEvent.h"
 
 #include <sys/eventfd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A clock: a counter read through a correction function, or the system time.
 #ifndef VOLMTIME_ICLOCK_H
 #define VOLMTIME_ICLOCK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A mapping from counter ticks to time (100-ns units from the function's origin) and back.
 #ifndef VOLMTIME_ICORRECTIONFUNCTION_H
 #define VOLMTIME_ICORRECTIONFUNCTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A high-resolution tick counter.
 #ifndef VOLMTIME_IHIGHRESOLUTIONCOUNTER_H
 #define VOLMTIME_IHIGHRESOLUTIONCOUNTER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A piecewise-linear correction function that a host can also write: samples (tick, time,
 // rate) appended by one writer and made visible to every reader with Publish.
 #ifndef VOLMTIME_IPIECEWISELINEARCORRECTION_H

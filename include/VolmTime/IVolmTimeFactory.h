@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The time factory: the one object a host obtains from the library.
 #ifndef VOLMTIME_IVOLMTIMEFACTORY_H
 #define VOLMTIME_IVOLMTIMEFACTORY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The factory's second interface: piecewise-linear correction functions a host maintains
 // itself, in its own memory or in named shared memory.
 #ifndef VOLMTIME_IVOLMTIMEFACTORYADVANCED_H

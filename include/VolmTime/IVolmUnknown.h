@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The root interface of every VolmTime object, the error-fetching interface and the error and
 // string objects. The order of the operations in each interface is its slot order in the
 // table of virtual functions and must not change.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Waiting on several platform handles at once.
 #ifndef VOLMTIME_IWAITFOREVENTS_H
 #define VOLMTIME_IWAITFOREVENTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A platform waitable timer armed in counter ticks.
 #ifndef VOLMTIME_IWAITABLETICKTIMER_H
 #define VOLMTIME_IWAITABLETICKTIMER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A timer on a clock's time axis, armed with times and durations in 100-ns units.
 #ifndef VOLMTIME_IWAITABLETIMER_H
 #define VOLMTIME_IWAITABLETIMER_H

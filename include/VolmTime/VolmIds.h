@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Identifiers of the VolmTime interfaces and the class identifier of the time factory, as
 // the 16 bytes a host passes to QueryInterface and CreateInstance. Each comment gives the
 // text form the bytes come from.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The byte layout of a shared correction function's store, for hosts that map a store
 // themselves (the volmtime tool's inspect does). Little-endian, fixed offsets, the same on
 // Windows and Linux.

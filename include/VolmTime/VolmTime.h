@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Everything a host needs: include this one header.
 #ifndef VOLMTIME_VOLMTIME_H
 #define VOLMTIME_VOLMTIME_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The library's four exported functions, by name with C linkage. A host that loads the
 // library at run time looks them up by these names and calls them through these types.
 #ifndef VOLMTIME_VOLMTIMEENTRYPOINTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The four entry points as functions, for a host that links the library (VolmTime::VolmTime,
 // -lVolmTime) instead of loading it at run time. VolmTime.h leaves this header out on
 // purpose: a host that loads the library must not need its import library or link name.

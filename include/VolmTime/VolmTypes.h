@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Basic types shared by every VolmTime interface: result codes, identifiers, the 16-bit
 // character and the platform handle.
 //

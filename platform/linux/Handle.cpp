@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/linux/HandleRegistry.h"
 #include "platform/ScopedHandle.h"
 

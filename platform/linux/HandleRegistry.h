@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What kind of object each descriptor that the platform layer made is, so that waits know
 // which signals to consume and closing knows what belongs to a handle. Private to the Linux
 // backend.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How busy the machine's processors are, as a thread that is about to give up its processor
 // needs to know. Private to the Linux backend.
 #ifndef VOLMTIME_PLATFORM_LINUX_PROCESSORLOAD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/Backend.h"
 #include "platform/linux/StoreAccess.h"
 #include "platform/linux/StoreLocks.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/linux/SignalConsumption.h"
 
 #include "platform/linux/HandleRegistry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a satisfied wait does to the signal of each descriptor it reports: Win32 waits reset
 // auto-reset objects, so one signal releases one waiting thread. Private to the Linux
 // backend.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who may do what with a store on Linux. A store is created with mode 0644: its owner's
 // account writes it, every account reads it, and no other account can resize, lock out or
 // write it. Private to the Linux backend.

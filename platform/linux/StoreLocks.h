@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Open-file-description locks on a shared-memory object, through which the processes that
 // hold a store agree on its lifetime. Private to the Linux backend.
 //

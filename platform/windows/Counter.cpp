@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/Backend.h"
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/ModuleLoad.h"
 
 #include <windows.h>

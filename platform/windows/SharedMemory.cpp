@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/Backend.h"
 
 #include <boost/interprocess/mapped_region.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The synchronized clock over steered counters and chosen correction functions: its time, how
 // failures of its parts reach the caller, and how it sleeps.
 #include "VolmTime/Core/WindowsCounter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The counter wrapper: whose last error changes, and the tick timers it makes.
 #include "VolmTime/Core/WindowsCounter.h"
 #include "VolmTime/HighResDriverCounter.h"

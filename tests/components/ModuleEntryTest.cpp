@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The factory slot behind CreateInstance: one factory at a time, never a dying one, and
 // nothing left behind when building one fails.
 #include "VolmTime/Module/ModuleEntry.h"

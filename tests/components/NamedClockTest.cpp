@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named synchronized clocks: one reader function per name and process, forgotten when its
 // last holder lets go. Creating and releasing them from many threads is left to the stress
 // suite.

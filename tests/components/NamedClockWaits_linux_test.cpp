@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Linux only: a store whose opening protocol another process holds up (by keeping a lock of
 // it) makes a named clock wait, but never while the module lock is held: CreateInstance and
 // named clocks of other names in this process carry on. Windows opens mappings without

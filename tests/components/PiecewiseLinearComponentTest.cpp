@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Piecewise-linear functions as component objects: result codes, error objects and views.
 #include "VolmTime/PiecewiseLinearCorrectionFunctionLocal.h"
 #include "tests/support/Helpers.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Timers on a clock's time axis: how times and durations become ticks, and how failures of
 // the correction function or the tick timer reach the caller.
 #include "VolmTime/WaitableTimer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arithmetic between ticks, time units and platform due times: linear mappings over the
 // whole unsigned range, durations as tick counts, and the armings of the platform timer.
 #include "VolmTime/Core/DurationTicks.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The integer product of a tick difference and a rate against the double product it stands
 // for, where the two could part: products next to a whole number, the ends of the integer
 // path, rates that round up or down, and every rounding mode a host may set.

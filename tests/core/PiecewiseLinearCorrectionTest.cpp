@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Appending, publishing and evaluating piecewise-linear functions in process memory, and
 // reading stores as they stand.
 #include "VolmTime/Core/CException.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Piecewise-linear functions in named shared memory, writer and readers in one process. The
 // same behaviour across processes is covered by the cross-process tests.
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionSharedMemory.h"

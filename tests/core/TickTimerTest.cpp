@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tick timer core on the real platform: a platform timer it could not make, and the
 // meaning of its wait outcomes.
 #include "VolmTime/Core/LinearCorrectionFunction.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform counter as a core object, on the real platform.
 #include "VolmTime/Core/WakeUpMargin.h"
 #include "VolmTime/Core/WindowsCounter.h"

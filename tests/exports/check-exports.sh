@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks what the built library shows the world: exactly CreateInstance, Attach, Detach and
 # CanDllUnload, and for the DLL no dependency beyond the system's own DLLs.
 set -euo pipefail

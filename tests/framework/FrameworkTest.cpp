@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The object model every component stands on: reference counts and identity, identifiers,
 // error and string objects, the two kinds of boundary, and the texts of codes that come
 // without an error object.

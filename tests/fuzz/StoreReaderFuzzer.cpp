@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Arbitrary bytes as a store and arbitrary keys: evaluation must never crash, never read
 // outside the store and always end. Built with clang's libFuzzer by scripts/fuzz.sh.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A second process for the platform tests. A store named NAME-ready tells the test that the
 // helper has set up NAME.
 //   create-store NAME SIZE BYTE   create NAME and fill it with BYTE, then hold it until

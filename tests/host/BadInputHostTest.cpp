@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a host gets for bad input, row by row as the README's table states it. Rows whose
 // answer comes from one object alone are asserted there: a store too small for its layout
 // (core SharedMemoryCorrection), CreateTimer without tick timers (components ClockTest), tick

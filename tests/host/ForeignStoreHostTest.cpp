@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host that maps a store itself and follows the byte layout works with the library in
 // both directions: as a reader of the library's writer, and as a writer that takes over a
 // store the library's writer used before.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The library as a host sees it: loaded at run time by file name and started through the
 // host start-up helper, public headers only.
 #ifndef TESTS_HOST_HOSTFIXTURE_H

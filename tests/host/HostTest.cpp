@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The library's entry points as a host calls them, and one path through each interface from
 // a host's side. What the objects do in detail is tested on the objects themselves.
 #include "HostFixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A writer publishing at 10 kHz, readers in three processes, and the writer killed in the
 // middle and replaced: time on the readers' clocks never goes back and their readings never
 // fail, except for the moment a new writer starts over.

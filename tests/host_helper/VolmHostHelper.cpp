@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A second host process for the soak test. It reaches the library only as a host does:
 // loaded by file name, public headers only.
 //   publish-fast NAME MS US   publish a sample on NAME every US microseconds for MS

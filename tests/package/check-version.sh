@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Checks that the built library carries the project's version: the SONAME with the major
 # version on Linux, the version resource in the DLL.
 # usage: check-version.sh LIBRARY VERSION

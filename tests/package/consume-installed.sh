@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs a build into a temporary prefix (a Windows build: unpacks its zip package there)
 # and builds the examples against it as a project outside the tree does: find_package with
 # both targets and, for a native build, pkg-config. Runs what it built and the installed

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tick counter and the system time.
 #include "platform/Counter.h"
 #include "platform/SystemTime.h"

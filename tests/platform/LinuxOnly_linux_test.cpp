@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Linux only: what a timer handle is made of, waits interrupted by signals, and the timer
 // slack. Windows has no such descriptors, no such interruption and no slack setting
 // (PreciseWakeUps does nothing there).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Linux only: the files behind named shared memory in /dev/shm. Windows keeps its file
 // mappings in the kernel's object namespace, where nothing is left to look at.
 #if defined(__linux__)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Windows only: who may open a store, as the system itself reports it. The Linux side of the
 // same promise is in SharedMemoryFiles_linux_test.cpp.
 #if defined(_WIN32)

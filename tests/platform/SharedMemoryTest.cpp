@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named shared memory within one process and between processes (a helper program is the
 // other process): creating, opening, sharing bytes, lifetime.
 #include "platform/SharedMemory.h"

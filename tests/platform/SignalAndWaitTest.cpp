@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Auto-reset events, waitable timers and waits on one or several handles, with the outcomes
 // of the Win32 wait functions on both platforms.
 #include "platform/Event.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The volmtime module against the real library, and with the volmtime tool as the C++ side."""
 
 import itertools

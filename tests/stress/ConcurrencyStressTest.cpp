@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Many threads at once on every kind of object, bounded in time: nothing races (the
 // sanitizer builds watch), nothing fails, nothing is left alive.
 #include "VolmTime/VolmTimeFactory.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A reader that a fast writer laps between reading the header and reading the samples must
 // evaluate again (or give up) rather than answer from a torn view.
 #include "VolmTime/Core/CException.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The test doubles: a core counter the test steers, a correction function component whose
 // rate and failures the test chooses, and a tick timer component that records its armings.
 // The platform's own fault injection stands in for a failing platform and counter.

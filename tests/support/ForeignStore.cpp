@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/ForeignStore.h"
 
 #include <boost/interprocess/mapped_region.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A named store mapped by the test itself, as a host that follows the byte layout but not
 // the library would map it: to play a foreign writer or a foreign reader.
 #ifndef TESTS_SUPPORT_FOREIGNSTORE_H

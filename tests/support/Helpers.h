@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small helpers every suite shares: texts of failures and last errors, reference counts and
 // a fixture that finds leaked objects.
 #ifndef TESTS_SUPPORT_HELPERS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/UniqueName.h"
 
 #include <gtest/gtest.h>

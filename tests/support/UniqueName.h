@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Names for named objects that no other test, test run or process uses.
 #ifndef TESTS_SUPPORT_UNIQUENAME_H
 #define TESTS_SUPPORT_UNIQUENAME_H

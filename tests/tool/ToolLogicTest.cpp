@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The volmtime tool's own logic: its command line, the publisher's segment rules, exact
 // offsets on times near 1.3e17, the discipline summary, and the plot as an XML document (its
 // axis titles and the numbers it carries are checked end to end by publish-and-plot.sh).

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The volmtime tool end to end on a real publisher: a second publisher is refused and told
 # who holds the store, --take-over replaces the holder, and the plot of the store is valid
 # XML with labelled axes whose offsets equal an exact recomputation from the samples, and

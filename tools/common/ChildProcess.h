@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Another program run as a child process: started with arguments, waited for with a time
 // limit, killed when its owner is done with it or gives up early.
 #ifndef TOOLS_COMMON_CHILDPROCESS_H

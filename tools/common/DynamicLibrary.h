@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loads a shared library at run time and looks up functions by name, as a host does.
 #ifndef TOOLS_COMMON_DYNAMICLIBRARY_H
 #define TOOLS_COMMON_DYNAMICLIBRARY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/common/HostTimeBase.h"
 
 #include "tools/common/Ref.h"

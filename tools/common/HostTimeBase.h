@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a host starts: load the library by file name, ask CreateInstance for the time factory
 // and hold the host's first reference to it. Shared by the tool, the benchmarks and the test
 // hosts so that the sequence, and its error texts, exist once.

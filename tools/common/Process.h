@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Facts about the running process and its machine that a host prints or decides on.
 #ifndef TOOLS_COMMON_PROCESS_H
 #define TOOLS_COMMON_PROCESS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host's owning holder of one reference to a library object.
 #ifndef TOOLS_COMMON_REF_H
 #define TOOLS_COMMON_REF_H

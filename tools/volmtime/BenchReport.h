@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What `volmtime bench` prints beside its numbers: the conditions they were measured under,
 // and a warning when those make them unreliable.
 #ifndef TOOLS_VOLMTIME_BENCHREPORT_H

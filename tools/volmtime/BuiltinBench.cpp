@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The benchmark set measured by the tool itself, for builds without Google Benchmark (the
 // Windows one, run under Wine here): the same readings and wake-ups, timed with
 // std::chrono, reported in the same tables.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Benchmarks the tool runs itself where Google Benchmark is not at hand.
 #ifndef TOOLS_VOLMTIME_BUILTINBENCH_H
 #define TOOLS_VOLMTIME_BUILTINBENCH_H

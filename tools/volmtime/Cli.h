@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The command line of volmtime: every subcommand with its options, parsed by CLI11.
 #ifndef TOOLS_VOLMTIME_CLI_H
 #define TOOLS_VOLMTIME_CLI_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The subcommands of volmtime. Each returns the process's exit code: 0 when all went well,
 // 1 when the library or the check failed (usage mistakes end with 2 before they run).
 #ifndef TOOLS_VOLMTIME_COMMANDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Discipline.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How `volmtime publish` turns (tick, system time) pairs into the samples of a shared
 // function: one segment per update, whose rate brings the function to the system clock,
 // and that never starts below where the previous segment ends unless the clock jumped.

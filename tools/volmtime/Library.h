@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The library as this tool reaches it: loaded from the tool's own folder, a factory with
 // the tool's reference, small owning holders, and error texts.
 #ifndef TOOLS_VOLMTIME_LIBRARY_H

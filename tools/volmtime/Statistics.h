@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Summaries of repeated measurements.
 #ifndef TOOLS_VOLMTIME_STATISTICS_H
 #define TOOLS_VOLMTIME_STATISTICS_H

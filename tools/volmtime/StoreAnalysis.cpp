@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "StoreAnalysis.h"
 
 #include <VolmTime/VolmTypes.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tool reads out of a shared function's samples: offsets, rates against the
 // counter's nominal rate, update steps and the state of the discipline. Times near 1.3e17
 // are never held in a double: they are differenced as integers first.

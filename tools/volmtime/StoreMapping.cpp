@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "StoreMapping.h"
 
 #include "StoreObject.h"

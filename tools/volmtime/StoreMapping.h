@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A read-only view of a named store, for looking at its bytes directly.
 #ifndef TOOLS_VOLMTIME_STOREMAPPING_H
 #define TOOLS_VOLMTIME_STOREMAPPING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "StoreView.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The samples of a shared function's store as its readers see them, read from the store's
 // bytes while its writer may be working.
 #ifndef TOOLS_VOLMTIME_STOREVIEW_H

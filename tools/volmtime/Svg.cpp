@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Svg.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Line charts as SVG documents: stacked panels over one shared x axis, each with its axis
 // title and unit, tick labels, a grid and a zero line.
 #ifndef TOOLS_VOLMTIME_SVG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text forms of the library's times for people.
 #ifndef TOOLS_VOLMTIME_TIMEFORMAT_H
 #define TOOLS_VOLMTIME_TIMEFORMAT_H

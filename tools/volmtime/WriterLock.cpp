@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "WriterLock.h"
 
 #include "TimeFormat.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The mark a publisher keeps beside a store while it writes it: a lock file in the temp
 // folder that the system releases when the process ends in any way, and a note of who
 // holds it. A publisher that wants the store while another holds it can ask the holder to

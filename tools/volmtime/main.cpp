@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // volmtime: reads, publishes, watches and inspects VolmTime's shared time from the command
 // line.
 #include "Commands.h"

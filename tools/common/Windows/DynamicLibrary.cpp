@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/common/DynamicLibrary.h"
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tools/common/Process.h"
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The counter the Linux build of the library reads, read directly: the baseline of the
 // built-in benchmarks.
 #ifndef TOOLS_VOLMTIME_LINUX_RAWCOUNTER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named stores on Linux are POSIX shared memory objects.
 #ifndef TOOLS_VOLMTIME_LINUX_STOREOBJECT_H
 #define TOOLS_VOLMTIME_LINUX_STOREOBJECT_H

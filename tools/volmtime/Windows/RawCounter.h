@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The counter the Windows build of the library reads, read directly: the baseline of the
 // built-in benchmarks.
 #ifndef TOOLS_VOLMTIME_WINDOWS_RAWCOUNTER_H

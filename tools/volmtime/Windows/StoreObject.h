@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named stores on Windows are file mappings backed by the paging file.
 #ifndef TOOLS_VOLMTIME_WINDOWS_STOREOBJECT_H
 #define TOOLS_VOLMTIME_WINDOWS_STOREOBJECT_H

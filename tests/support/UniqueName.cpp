@@ -17,15 +17,19 @@ const std::string& Run() {
   return run;
 }
 
-// Linux keeps a store's name in /dev/shm until a holder removes it; a test program that leaves
-// one of its names there has lost a store's clean-up. (Windows names end with their handles.)
+// Linux keeps a store's name in /dev/shm, and its lock file in a folder there, until a holder
+// removes them; a test program that leaves one of its names there has lost a store's
+// clean-up. (Windows names end with their handles.)
 struct NoNameLeftBehind : testing::Environment {
   void TearDown() override {
 #if defined(__linux__)
+    namespace fs = std::filesystem;
     std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ignored)) {
+    for (const auto& entry : fs::recursive_directory_iterator(
+             "/dev/shm", fs::directory_options::skip_permission_denied, ignored)) {
       const std::string file = entry.path().filename().string();
-      if (file.find("-" + Run() + "-") != std::string::npos) ADD_FAILURE() << "left: " << file;
+      if (file.find("-" + Run() + "-") != std::string::npos)
+        ADD_FAILURE() << "left: " << entry.path().string();
     }
 #endif
   }

@@ -1,0 +1,135 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# However `publish`, `watch` and `demo` end, nothing of theirs is left: no store, no lock file,
+# no file of the tool's. Each is ended by SIGINT, SIGTERM, SIGHUP and SIGPIPE at several
+# points of its run (at once, while it starts, while it runs), by a reader that closes the
+# pipe (`| head -2`), and a publisher asking to take over is interrupted while it waits.
+# Which point a signal meets varies with the machine's load; what is checked holds at every
+# point. Linux only: Windows has neither these signals nor /dev/shm.
+# Usage: signals-leave-nothing.sh VOLMTIME
+set -euo pipefail
+# Background jobs of a script without job control would start ignoring SIGINT.
+set -m
+tool=$1
+. "$(dirname "$0")/leftovers.sh"
+tag="volmtime-signals-$$"
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/volmtime-test.XXXXXX")
+started=()
+clean_up() {
+  [ "$BASHPID" = "$$" ] || return 0  # not in the subshells of command substitutions
+  for p in "${started[@]}"; do kill -9 "$p" 2>/dev/null || true; done
+  rm -rf "$scratch"
+}
+trap clean_up EXIT
+
+# Waits for process $1 to end, at most $2 seconds; fails the test if it does not.
+wait_for_end() {
+  for ((i = 0; i < $2 * 20; i++)); do
+    kill -0 "$1" 2>/dev/null || { wait "$1" || true; return 0; }
+    sleep 0.05
+  done
+  echo "process $1 did not end within $2 s"
+  exit 1
+}
+
+# Waits until file $1 has a line matching $2, at most 60 s.
+wait_for_line() {
+  for ((i = 0; i < 1200; i++)); do
+    grep -q "$2" "$1" 2>/dev/null && return 0
+    sleep 0.05
+  done
+  echo "no line with \"$2\" in $1:"
+  cat "$1"
+  exit 1
+}
+
+# Waits until the store $1 exists, at most 60 s.
+wait_for_store() {
+  for ((i = 0; i < 1200; i++)); do
+    [ -e "/dev/shm/$1" ] && return 0
+    sleep 0.05
+  done
+  echo "no store $1"
+  exit 1
+}
+
+runs=0
+for signal in INT TERM HUP PIPE; do
+  for point in 0 0.02 0.1 started; do
+    name="$tag-publish-$signal-$point"
+    "$tool" publish "$name" --interval-ms 20 --duration-s 60 >"$scratch/out" 2>&1 &
+    pid=$!
+    started+=("$pid")
+    if [ "$point" = started ]; then wait_for_line "$scratch/out" publishing; else sleep "$point"; fi
+    kill -s "$signal" "$pid" 2>/dev/null || true
+    wait_for_end "$pid" 30
+    expect_nothing_left "$name" "publish, SIG$signal at $point"
+
+    # A watcher of a live store, signalled the same way; then its publisher.
+    name="$tag-watch-$signal-$point"
+    "$tool" publish "$name" --interval-ms 20 --duration-s 60 --quiet &
+    publisher=$!
+    started+=("$publisher")
+    wait_for_store "$name"
+    "$tool" watch "$name" --interval-ms 20 --duration-s 60 >"$scratch/out" 2>&1 &
+    pid=$!
+    started+=("$pid")
+    if [ "$point" = started ]; then wait_for_line "$scratch/out" clock; else sleep "$point"; fi
+    kill -s "$signal" "$pid" 2>/dev/null || true
+    wait_for_end "$pid" 30
+    kill -s TERM "$publisher"
+    wait_for_end "$publisher" 30
+    expect_nothing_left "$name" "watch, SIG$signal at $point"
+    runs=$((runs + 2))
+  done
+done
+
+# Readers that go away: the next write meets a closed pipe.
+name="$tag-head"
+"$tool" publish "$name" --interval-ms 20 --duration-s 60 | head -2 >/dev/null
+expect_nothing_left "$name" "publish | head -2"
+"$tool" publish "$name" --interval-ms 20 --duration-s 60 --quiet &
+publisher=$!
+started+=("$publisher")
+wait_for_store "$name"
+"$tool" watch "$name" --interval-ms 20 --duration-s 60 | head -2 >/dev/null
+kill -s TERM "$publisher"
+wait_for_end "$publisher" 30
+expect_nothing_left "$name" "watch | head -2"
+
+# A publisher waiting to take over, interrupted: its request goes with it, and the holder,
+# which looks for requests once an interval, carries on.
+name="$tag-take-over"
+"$tool" publish "$name" --interval-ms 3000 --duration-s 60 >"$scratch/holder" 2>&1 &
+holder=$!
+started+=("$holder")
+wait_for_line "$scratch/holder" publishing
+"$tool" publish "$name" --take-over --duration-s 60 >"$scratch/out" 2>&1 &
+pid=$!
+started+=("$pid")
+wait_for_line "$scratch/out" "asking the publisher"
+kill -s INT "$pid"
+wait_for_end "$pid" 30
+wait_for_line "$scratch/holder" "samples 3 "
+grep -q "takes over" "$scratch/holder" && { echo "the holder stopped for a withdrawn request"; exit 1; }
+kill -s TERM "$holder"
+wait_for_end "$holder" 30
+expect_nothing_left "$name" "an interrupted take-over"
+
+# The demo, signalled at several points after it has named its store: it ends its own
+# processes and leaves nothing of them. (A signal before that finds nothing made yet.)
+for signal in INT TERM HUP; do
+  for delay in 0 0.3 1.2; do
+    "$tool" demo --seconds 2 >"$scratch/demo" 2>&1 &
+    pid=$!
+    started+=("$pid")
+    wait_for_line "$scratch/demo" 'share "'
+    sleep "$delay"
+    kill -s "$signal" "$pid"
+    wait_for_end "$pid" 60
+    demo=$(sed -n 's/.*share "\([^"]*\)".*/\1/p' "$scratch/demo")
+    expect_nothing_left "$demo" "demo, SIG$signal after $delay s"
+    runs=$((runs + 1))
+  done
+done
+echo "$runs signalled runs, two closed pipes and an interrupted take-over left nothing behind"

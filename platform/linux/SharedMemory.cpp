@@ -105,16 +105,26 @@ namespace {
 std::unique_ptr<LinuxMapping> CreateOrOpenStore(const std::string& name, std::size_t size) {
   for (int attempt = 0; attempt < kMaximumOpenAttempts; ++attempt) {
     auto impl = std::make_unique<LinuxMapping>(name);
-    try {
-      impl->object = bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
-                                               bip::permissions(Linux::kStoreMode));
-    } catch (const bip::interprocess_exception& failure) {
-      if (failure.get_native_error() != EACCES) throw;
-      throw SharedMemoryError(Linux::DeniedWriting(name, failure.what()));
-    }
-    ThrowIfRefused(Linux::RefusalToWrite(impl->Store()));
+    // A writer's store is of its own account: its lock file comes first, so that a writer
+    // that cannot open it has made nothing.
     impl->locks = Linux::StoreLockFile::Open(name);
     impl->TakeOpeningLock();
+    if (!impl->locks->IsCurrent()) continue;
+    try {
+      try {
+        impl->object =
+            bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
+                                      bip::permissions(Linux::kStoreMode));
+      } catch (const bip::interprocess_exception& failure) {
+        if (failure.get_native_error() != EACCES) throw;
+        throw SharedMemoryError(Linux::DeniedWriting(name, failure.what()));
+      }
+      ThrowIfRefused(Linux::RefusalToWrite(impl->Store()));
+    } catch (...) {
+      // The lock file of a store that nobody holds is not left behind.
+      if (Linux::TryWriteLock(impl->Locks(), StoreByte::kHolder)) impl->locks->Remove();
+      throw;
+    }
     if (!impl->StillCurrent()) continue;
     if (!impl->OthersHold()) {
       // New, or left behind by holders that all ended: either way it starts zero-filled.

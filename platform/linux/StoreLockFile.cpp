@@ -46,7 +46,9 @@ FileDescriptor OpenFolder(const std::string& path) {
     if (errno == ELOOP || errno == ENOTDIR) {
       throw SharedMemoryError(what + " is not a folder but a link or a file");
     }
-    ThrowFailure(what, errno);
+    const int error = errno;
+    (void)::rmdir(path.c_str());  // made for nothing, unless other stores use it
+    ThrowFailure(what, error);
   }
   struct stat status {};
   if (::fstat(folder.Get(), &status) != 0) ThrowFailure(what, errno);
@@ -79,7 +81,9 @@ StoreLockFile StoreLockFile::Open(const std::string& name) {
                                  O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kFileMode));
     if (!file) {
       if (errno == ENOENT) continue;  // the folder was removed after it was opened
-      ThrowFailure(what, errno);
+      const int error = errno;
+      (void)::rmdir(folderPath.c_str());  // made for nothing, unless other stores use it
+      ThrowFailure(what, error);
     }
     struct stat status {};
     if (::fstat(file.Get(), &status) != 0) ThrowFailure(what, errno);
@@ -97,16 +101,16 @@ bool StoreLockFile::IsCurrent() const noexcept {
 }
 
 void StoreLockFile::Remove() const noexcept {
+  // By path: a process that has run out of descriptors still removes what it leaves. Only
+  // the account's processes reach the folder, and they remove a lock file only while they
+  // hold its write lock, as this one does: the name cannot change in between.
   const std::string folderPath = LockFolderPath();
-  const FileDescriptor folder(
-      ::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (!folder) return;
+  const std::string path = folderPath + "/" + fileName_;
   struct stat mine {};
   struct stat named {};
-  if (::fstat(file_.Get(), &mine) == 0 &&
-      ::fstatat(folder.Get(), fileName_.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+  if (::fstat(file_.Get(), &mine) == 0 && ::lstat(path.c_str(), &named) == 0 &&
       SameFile(mine, named)) {
-    (void)::unlinkat(folder.Get(), fileName_.c_str(), 0);
+    (void)::unlink(path.c_str());
   }
   // Fails while other stores of the account have their lock files in it.
   (void)::rmdir(folderPath.c_str());

@@ -15,6 +15,7 @@
 #include <grp.h>
 #include <poll.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -64,6 +65,14 @@ std::string ReasonOfOpening(const std::string& name, bool writer = false) {
 
 std::string FailureText(const std::string& what) {
   return what + ": " + std::strerror(errno);
+}
+
+bool MakeStoreWithMode(const std::string& name, mode_t mode) {
+  const int descriptor = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
+  if (descriptor < 0) return false;
+  const bool made = ::fchmod(descriptor, mode) == 0 && ::ftruncate(descriptor, kSize) == 0;
+  ::close(descriptor);
+  return made;
 }
 
 bool LockRange(int descriptor, short type, off_t start, off_t length) {
@@ -179,17 +188,10 @@ TEST(SharedMemoryFiles, LockKeptByAnotherProcessOfTheAccountIsWaitedForABoundedT
   ASSERT_TRUE(LockRange(blocker.Descriptor(), F_WRLCK, 1, 1));  // the byte every opener locks
   const std::string locked = "another process has kept it locked";
   EXPECT_NE(ReasonOfOpening(name, true).find(locked), std::string::npos);
+  ASSERT_TRUE(MakeStoreWithMode(name, 0644));  // a reader looks at the store first
   EXPECT_NE(ReasonOfOpening(name).find(locked), std::string::npos);
-  ::shm_unlink(name.c_str());  // made by the writer, which then could not join
+  ::shm_unlink(name.c_str());
   blocker.Remove();
-}
-
-bool MakeStoreWithMode(const std::string& name, mode_t mode) {
-  const int descriptor = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
-  if (descriptor < 0) return false;
-  const bool made = ::fchmod(descriptor, mode) == 0 && ::ftruncate(descriptor, kSize) == 0;
-  ::close(descriptor);
-  return made;
 }
 
 // Another account's store is refused to writers, naming its owner, and one that other
@@ -330,6 +332,29 @@ TEST(SharedMemoryFiles, OnlyAHolderThatDiesLeavesFilesAndTheNextOpenerRemovesThe
   EXPECT_EQ(ReasonOfOpening(name), "No such file or directory");
   EXPECT_FALSE(Exists(FileOf(name)));
   EXPECT_FALSE(Exists(folder + "/" + name));
+}
+
+// A process that runs out of descriptors at any step of opening or leaving a store leaves
+// nothing behind: what it could not finish it takes back, and what it made it removes.
+TEST(SharedMemoryFiles, OpenersThatRunOutOfDescriptorsLeaveNothingBehind) {
+  const std::string name = UniqueName("volm-few");
+  const std::string folder = Linux::LockFolderPath();
+  for (int spare = 0; spare <= 4; ++spare) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::close_range(3, ~0U, 0);
+      const rlimit few{static_cast<rlim_t>(3 + spare), static_cast<rlim_t>(3 + spare)};
+      if (::setrlimit(RLIMIT_NOFILE, &few) != 0) ::_exit(2);
+      (void)ReasonOfOpening(name, true);
+      ::_exit(0);
+    }
+    ASSERT_GT(child, 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << spare << " spare";
+    EXPECT_FALSE(Exists(FileOf(name))) << spare << " spare descriptors";
+    EXPECT_FALSE(Exists(folder + "/" + name)) << spare << " spare descriptors";
+  }
 }
 
 }  // namespace

@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
 // The volmtime tool's own logic: its command line, the publisher's segment rules, exact
-// offsets on times near 1.3e17, the discipline summary, and the plot as an XML document (its
-// axis titles and the numbers it carries are checked end to end by publish-and-plot.sh).
+// offsets on times near 1.3e17, the discipline summary, the plot as an XML document (its
+// axis titles and the numbers it carries are checked end to end by publish-and-plot.sh),
+// and the names of its files.
 #include "Cli.h"
 #include "Discipline.h"
 #include "StoreAnalysis.h"
 #include "Svg.h"
 #include "TimeFormat.h"
+#include "ToolFiles.h"
 
 #include <gtest/gtest.h>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -209,6 +212,31 @@ TEST(Plot, IsValidXmlWithEscapedTextAndRoundTickLabels) {
   EXPECT_EQ(document.get<std::string>("svg.title"), plot.title);
   EXPECT_NE(svg.find(">0.02</text>"), std::string::npos);  // a tick label of the offsets
   EXPECT_NE(svg.find(">-2.5</text>"), std::string::npos);  // and of the time axis
+}
+
+// Every store name gets a file name of its own that every system takes: plain names stay
+// readable, other bytes are spelt out, and the longest names are cut and told apart by a
+// digest of the whole name.
+TEST(ToolFiles, EveryNameGetsAShortFileNameOfItsOwn) {
+  std::string longest(255, 'a');
+  std::string longestButOne = longest;
+  longestButOne.back() = 'b';
+  const std::vector<std::string> names = {"Plant-1.a", "a b", "a_32b",  "a~",
+                                          longest,     longestButOne, std::string(255, '\xff'),
+                                          std::string(254, '\xff')};
+  std::set<std::string> bases;
+  for (const std::string& name : names) {
+    const std::string base = FileBaseOf(name);
+    EXPECT_LE(base.size(), 120u) << name;
+    EXPECT_EQ(base.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                     "0123456789-._~"),
+              std::string::npos)
+        << base;
+    bases.insert(base);
+  }
+  EXPECT_EQ(bases.size(), names.size());
+  EXPECT_EQ(FileBaseOf("Plant-1.a"), "Plant-1.a");
+  EXPECT_EQ(FileBaseOf("a b"), "a_32b");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 # Prints every file or folder whose name contains $1 in those places; nothing when none is.
 left_behind() {
+  [ -n "$1" ] || { echo "(no name given)"; return; }
   local places=(/dev/shm "${TMPDIR:-/tmp}")
   [ -z "${XDG_RUNTIME_DIR:-}" ] || places+=("$XDG_RUNTIME_DIR")
   find "${places[@]}" -maxdepth 2 -name "*$1*" 2>/dev/null || true

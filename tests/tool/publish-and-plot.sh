@@ -2,13 +2,18 @@
 # SPDX-License-Identifier: MIT
 # The volmtime tool end to end on a real publisher: a second publisher is refused and told
 # who holds the store, --take-over replaces the holder, and the plot of the store is valid
-# XML with labelled axes whose offsets equal an exact recomputation from the samples, and
-# the store is gone once both publishers have ended.
+# XML with labelled axes whose offsets equal an exact recomputation from the samples. The
+# longest name a store may have works as well, and once the publishers have ended nothing of
+# theirs is left (on Linux: the store, its lock file, the tool's own files).
 # Usage: publish-and-plot.sh VOLMTIME [EMULATOR]   (the emulator runs Windows builds)
 set -euo pipefail
+. "$(dirname "$0")/leftovers.sh"
 tool=("${@:2}" "$1")
 [ -n "${2:-}" ] || tool=("$1")
 name="volmtime-plot-test-$$"
+# 255 bytes, the most a store's name may have, with bytes that no file name keeps as they are.
+long="$name-long-*?:"
+long="$long$(printf 'x%.0s' $(seq $((255 - ${#long}))))"
 scratch=$(mktemp -d)
 first=
 trap '[ -z "$first" ] || kill "$first" 2>/dev/null; rm -rf "$scratch"' EXIT
@@ -40,11 +45,27 @@ first=
 grep -q "takes over" "$scratch/first.txt" ||
   { echo "the first publisher did not give way:"; cat "$scratch/first.txt"; exit 1; }
 
-# Both publishers have ended, and so has the store they wrote (Linux keeps it in /dev/shm).
-if [ -z "${2:-}" ] && [ -d /dev/shm ]; then
-  left=$(ls /dev/shm | grep -F -- "$name" || true)
-  [ -z "$left" ] || { echo "left in /dev/shm: $left"; exit 1; }
-fi
+# A store of the longest name: published, refused to a second publisher, read.
+"${tool[@]}" publish "$long" --interval-ms 20 --duration-s 60 >"$scratch/long.txt" &
+first=$!
+for _ in $(seq 200); do
+  grep -q publishing "$scratch/long.txt" 2>/dev/null && break
+  sleep 0.1
+done
+grep -q publishing "$scratch/long.txt" || { echo "the publisher of a long name did not start"; exit 1; }
+set +e
+"${tool[@]}" publish "$long" --duration-s 1 >/dev/null 2>"$scratch/refused.txt"
+refused=$?
+set -e
+grep -q "is being published by pid" "$scratch/refused.txt" ||
+  { echo "a second publisher of a long name was not refused (exit $refused)"; exit 1; }
+"${tool[@]}" inspect "$long" --last 1 >/dev/null
+"${tool[@]}" publish "$long" --take-over --interval-ms 20 --duration-s 0.2 >/dev/null
+wait "$first"
+first=
+
+# Both publishers have ended, and so has everything of theirs.
+[ -n "${2:-}" ] || expect_nothing_left "$name" "after the publishers"
 
 xmllint --noout "$scratch/plot.svg"
 python3 - "$scratch/plot.svg" "$scratch/store.json" <<'PY'

@@ -56,11 +56,14 @@ wait_for_store() {
 runs=0
 for signal in INT TERM HUP PIPE; do
   for point in 0 0.02 0.1 started; do
+    # Every run writes a file of its own (not named after the store, which is looked for):
+    # a line of an earlier run must not count.
     name="$tag-publish-$signal-$point"
-    "$tool" publish "$name" --interval-ms 20 --duration-s 60 >"$scratch/out" 2>&1 &
+    out="$scratch/publish-$signal-$point"
+    "$tool" publish "$name" --interval-ms 20 --duration-s 60 >"$out" 2>&1 &
     pid=$!
     started+=("$pid")
-    if [ "$point" = started ]; then wait_for_line "$scratch/out" publishing; else sleep "$point"; fi
+    if [ "$point" = started ]; then wait_for_line "$out" publishing; else sleep "$point"; fi
     kill -s "$signal" "$pid" 2>/dev/null || true
     wait_for_end "$pid" 30
     expect_nothing_left "$name" "publish, SIG$signal at $point"
@@ -71,10 +74,11 @@ for signal in INT TERM HUP PIPE; do
     publisher=$!
     started+=("$publisher")
     wait_for_store "$name"
-    "$tool" watch "$name" --interval-ms 20 --duration-s 60 >"$scratch/out" 2>&1 &
+    out="$scratch/watch-$signal-$point"
+    "$tool" watch "$name" --interval-ms 20 --duration-s 60 >"$out" 2>&1 &
     pid=$!
     started+=("$pid")
-    if [ "$point" = started ]; then wait_for_line "$scratch/out" clock; else sleep "$point"; fi
+    if [ "$point" = started ]; then wait_for_line "$out" clock; else sleep "$point"; fi
     kill -s "$signal" "$pid" 2>/dev/null || true
     wait_for_end "$pid" 30
     kill -s TERM "$publisher"
@@ -104,10 +108,10 @@ name="$tag-take-over"
 holder=$!
 started+=("$holder")
 wait_for_line "$scratch/holder" publishing
-"$tool" publish "$name" --take-over --duration-s 60 >"$scratch/out" 2>&1 &
+"$tool" publish "$name" --take-over --duration-s 60 >"$scratch/taking" 2>&1 &
 pid=$!
 started+=("$pid")
-wait_for_line "$scratch/out" "asking the publisher"
+wait_for_line "$scratch/taking" "asking the publisher"
 kill -s INT "$pid"
 wait_for_end "$pid" 30
 wait_for_line "$scratch/holder" "samples 3 "
@@ -120,14 +124,16 @@ expect_nothing_left "$name" "an interrupted take-over"
 # processes and leaves nothing of them. (A signal before that finds nothing made yet.)
 for signal in INT TERM HUP; do
   for delay in 0 0.3 1.2; do
-    "$tool" demo --seconds 2 >"$scratch/demo" 2>&1 &
+    out="$scratch/demo-$signal-$delay"
+    "$tool" demo --seconds 2 >"$out" 2>&1 &
     pid=$!
     started+=("$pid")
-    wait_for_line "$scratch/demo" 'share "'
+    wait_for_line "$out" 'share "'
     sleep "$delay"
     kill -s "$signal" "$pid"
     wait_for_end "$pid" 60
-    demo=$(sed -n 's/.*share "\([^"]*\)".*/\1/p' "$scratch/demo")
+    demo=$(sed -n 's/.*share "\([^"]*\)".*/\1/p' "$out")
+    [ -n "$demo" ] || { echo "the demo named no store:"; cat "$out"; exit 1; }
     expect_nothing_left "$demo" "demo, SIG$signal after $delay s"
     runs=$((runs + 1))
   done

@@ -18,14 +18,20 @@ scratch=$(mktemp -d)
 first=
 trap '[ -z "$first" ] || kill "$first" 2>/dev/null; rm -rf "$scratch"' EXIT
 
-"${tool[@]}" publish "$name" --interval-ms 20 --duration-s 60 >"$scratch/first.txt" &
-first=$!
-# Wait for the first status line: the store exists and the lock is held.
-for _ in $(seq 200); do
-  grep -q publishing "$scratch/first.txt" 2>/dev/null && break
-  sleep 0.1
-done
-grep -q publishing "$scratch/first.txt" || { echo "the publisher did not start"; exit 1; }
+# Starts a publisher of $1, writing to $2, and waits for its first status line: the store
+# exists and the lock is held.
+start_publisher() {
+  "${tool[@]}" publish "$1" --interval-ms 20 --duration-s 60 >"$2" &
+  first=$!
+  for _ in $(seq 200); do
+    grep -q publishing "$2" 2>/dev/null && return 0
+    sleep 0.1
+  done
+  echo "the publisher of $1 did not start"
+  exit 1
+}
+
+start_publisher "$name" "$scratch/first.txt"
 sleep 1
 
 set +e
@@ -46,13 +52,7 @@ grep -q "takes over" "$scratch/first.txt" ||
   { echo "the first publisher did not give way:"; cat "$scratch/first.txt"; exit 1; }
 
 # A store of the longest name: published, refused to a second publisher, read.
-"${tool[@]}" publish "$long" --interval-ms 20 --duration-s 60 >"$scratch/long.txt" &
-first=$!
-for _ in $(seq 200); do
-  grep -q publishing "$scratch/long.txt" 2>/dev/null && break
-  sleep 0.1
-done
-grep -q publishing "$scratch/long.txt" || { echo "the publisher of a long name did not start"; exit 1; }
+start_publisher "$long" "$scratch/long.txt"
 set +e
 "${tool[@]}" publish "$long" --duration-s 1 >/dev/null 2>"$scratch/refused.txt"
 refused=$?

@@ -53,19 +53,25 @@ wait_for_store() {
   exit 1
 }
 
+# Runs `volmtime COMMAND NAME` (publish or watch) and sends it signal $1 at point $2: that
+# many seconds after its start, or once it has printed a line with $3 ("started").
+signal_at() {
+  # Every run writes a file of its own (not named after the store, which is looked for): a
+  # line of an earlier run must not count.
+  local out="$scratch/$4-$1-$2"
+  "$tool" "$4" "$5" --interval-ms 20 --duration-s 60 >"$out" 2>&1 &
+  local pid=$!
+  started+=("$pid")
+  if [ "$2" = started ]; then wait_for_line "$out" "$3"; else sleep "$2"; fi
+  kill -s "$1" "$pid" 2>/dev/null || true
+  wait_for_end "$pid" 30
+}
+
 runs=0
 for signal in INT TERM HUP PIPE; do
   for point in 0 0.02 0.1 started; do
-    # Every run writes a file of its own (not named after the store, which is looked for):
-    # a line of an earlier run must not count.
     name="$tag-publish-$signal-$point"
-    out="$scratch/publish-$signal-$point"
-    "$tool" publish "$name" --interval-ms 20 --duration-s 60 >"$out" 2>&1 &
-    pid=$!
-    started+=("$pid")
-    if [ "$point" = started ]; then wait_for_line "$out" publishing; else sleep "$point"; fi
-    kill -s "$signal" "$pid" 2>/dev/null || true
-    wait_for_end "$pid" 30
+    signal_at "$signal" "$point" publishing publish "$name"
     expect_nothing_left "$name" "publish, SIG$signal at $point"
 
     # A watcher of a live store, signalled the same way; then its publisher.
@@ -74,13 +80,7 @@ for signal in INT TERM HUP PIPE; do
     publisher=$!
     started+=("$publisher")
     wait_for_store "$name"
-    out="$scratch/watch-$signal-$point"
-    "$tool" watch "$name" --interval-ms 20 --duration-s 60 >"$out" 2>&1 &
-    pid=$!
-    started+=("$pid")
-    if [ "$point" = started ]; then wait_for_line "$out" clock; else sleep "$point"; fi
-    kill -s "$signal" "$pid" 2>/dev/null || true
-    wait_for_end "$pid" 30
+    signal_at "$signal" "$point" clock watch "$name"
     kill -s TERM "$publisher"
     wait_for_end "$publisher" 30
     expect_nothing_left "$name" "watch, SIG$signal at $point"

@@ -3,6 +3,7 @@
 // reading stores as they stand.
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/LookupSeam.h"
 #include "VolmTime/Core/PiecewiseLinearCorrectionFunctionLocal.h"
 #include "tests/support/Helpers.h"
 
@@ -91,7 +92,10 @@ TEST_F(PiecewiseLinear, RemovingTheLatestSampleEmptiesTheFunctionUntilTheNextApp
   EXPECT_EQ(At(150), kNoSegment);
   EXPECT_EQ(f_->GetRate(), 0.0);
   EXPECT_EQ(f_->GetSampleCount(), 1u);
-  // The next sample is compared with the last committed one, not the withdrawn one.
+  // The next sample is compared with the last committed one, not the withdrawn one: it must
+  // come after (100, 1000), or time could go back.
+  EXPECT_EQ(FailureOf([&] { f_->AddSample(100, 3.0, 1050); }), "Ticks must be increasing");
+  EXPECT_EQ(FailureOf([&] { f_->AddSample(150, 3.0, 1000); }), "Time must be increasing");
   f_->AddSample(150, 3.0, 1050);
   f_->Publish();
   EXPECT_EQ(At(120), "1020");
@@ -136,6 +140,50 @@ TEST_F(PiecewiseLinear, SixteenOrMoreUnpublishedAppendsAnswerFromTheSlotsAsTheyA
   EXPECT_EQ(At(150), "1050");
   EXPECT_EQ(At(400), "2280");
   EXPECT_EQ(f_->GetRate(), 3.0);
+}
+
+// A writer that appends 16 samples and publishes between a reader's header read and its
+// sample reads overwrites the ring slot the reader's header points at. The reader must see
+// that on its second look at the header and look up again; a writer that keeps doing so
+// makes it give up after a few attempts rather than answer from a torn view.
+class LappingWriter final : public VolmTime::Core::LookupObserver {
+ public:
+  LappingWriter(Function& function, int laps, std::uint64_t firstTick)
+      : function_(function), lapsLeft_(laps), tick_(firstTick), time_(10 * firstTick) {
+    VolmTime::Core::ObserveLookups(this);
+  }
+  ~LappingWriter() { VolmTime::Core::ObserveLookups(nullptr); }
+  LappingWriter(const LappingWriter&) = delete;
+  LappingWriter& operator=(const LappingWriter&) = delete;
+  void AfterHeaderRead() override {
+    ++lookups;
+    if (lapsLeft_ == 0) return;
+    --lapsLeft_;
+    for (int i = 0; i < 16; ++i, tick_ += 10, time_ += 50) function_.AddSample(tick_, 5.0, time_);
+    function_.Publish();
+  }
+  int lookups = 0;
+
+ private:
+  Function& function_;
+  int lapsLeft_;
+  std::uint64_t tick_;
+  std::uint64_t time_;
+};
+
+TEST_F(PiecewiseLinear, AReaderLappedBetweenItsHeaderReadsLooksUpAgainOrGivesUp) {
+  f_->AddSample(100, 1.0, 1000);
+  f_->AddSample(200, 2.0, 1100);  // ring slot 2, which the 16th append below takes over
+  f_->Publish();
+  {
+    LappingWriter writer(*f_, 1, 1'000);
+    // From the overwritten slot the reader would take the segment of (100, 1000): 1150.
+    EXPECT_EQ(At(250), "1200");
+    EXPECT_EQ(writer.lookups, 2);
+  }
+  LappingWriter writer(*f_, 100, 10'000);
+  EXPECT_EQ(At(250), "Correction Function changes too fast to be read.");
+  EXPECT_EQ(writer.lookups, 8);
 }
 
 // The lookup estimates where a key lies before it searches; on every store a writer can leave

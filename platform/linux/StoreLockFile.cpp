@@ -71,7 +71,9 @@ StoreLockFile::StoreLockFile(FileDescriptor file, std::string fileName) noexcept
 StoreLockFile StoreLockFile::Open(const std::string& name) {
   // The system names a store without the slashes it may begin with.
   const std::string fileName = name.substr(std::min(name.find_first_not_of('/'), name.size()));
-  if (fileName.empty()) throw SharedMemoryError(std::strerror(EINVAL));
+  // As the system refuses such a store name.
+  if (fileName.empty() || fileName.find('/') != std::string::npos)
+    throw SharedMemoryError(std::strerror(EINVAL));
   const std::string folderPath = LockFolderPath();
   const std::string what = "its lock file " + folderPath + "/" + fileName;
   for (int attempt = 0; attempt < kMaximumAttempts; ++attempt) {

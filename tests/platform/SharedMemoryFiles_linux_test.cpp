@@ -148,7 +148,8 @@ class OtherAccount {
   if (::geteuid() != 0) GTEST_SKIP() << "needs root to act as another account"
 
 // Its owner writes a store and every account reads it; the lock files that its holders keep
-// only its own account can open, whatever the umask.
+// only its own account can open, whatever the umask. Another account can neither write nor
+// resize the store, nor reach its locks.
 TEST(SharedMemoryFiles, OnlyTheOwnerWritesAStoreAndOnlyItsAccountReachesItsLocks) {
   const std::string folder = Linux::LockFolderPath();
   for (const mode_t mask : {mode_t{0}, mode_t{0277}}) {
@@ -160,6 +161,16 @@ TEST(SharedMemoryFiles, OnlyTheOwnerWritesAStoreAndOnlyItsAccountReachesItsLocks
     EXPECT_EQ(ModeOf(folder), 0700u) << "umask " << mask;
     EXPECT_EQ(ModeOf(folder + "/" + name), 0600u) << "umask " << mask;
   }
+  SKIP_UNLESS_ROOT();
+  const std::string name = UniqueName("volm-theirs-not");
+  const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
+  OtherAccount nobody(kNobody, [&]() -> std::string {
+    const int reader = ::open(FileOf(name).c_str(), O_RDONLY);
+    if (reader < 0 || ::open(FileOf(name).c_str(), O_RDWR) >= 0 || ::ftruncate(reader, 1) == 0)
+      return "could not read the store, or could write or resize it";
+    return ::open((folder + "/" + name).c_str(), O_RDONLY) >= 0 ? "opened the lock file" : "";
+  });
+  EXPECT_EQ(nobody.Outcome(), "ok");
 }
 
 // A process of the store's account that keeps a lock of the opening protocol does not hang
@@ -280,9 +291,11 @@ TEST(SharedMemoryFiles, LockFolderThatAnotherAccountMadeIsRefused) {
 }
 
 // Every name the system takes, whatever bytes it holds (all but '/' and NUL) and up to the
-// longest (255 bytes), has a lock file of its own, named as the store. (That both go with
-// the last holder the program's end checks for every name it made.)
+// longest (255 bytes), has a lock file of its own, named as the store; one it refuses is
+// refused as the system does. (That both go with the last holder the program's end checks
+// for every name it made.)
 TEST(SharedMemoryFiles, EveryNameTheSystemTakesHasALockFileNamedAsTheStore) {
+  EXPECT_EQ(ReasonOfOpening(UniqueName("volm-slash") + "/x", true), "Invalid argument");
   const std::string longest = UniqueName("volm-long");
   for (const std::string& name : {longest + std::string(255 - longest.size(), 'x'),
                                   UniqueName("volm odd \x01*?:\\\xff")}) {

@@ -25,6 +25,9 @@ holder_of_lock=
 clean_up() {
   [ "$BASHPID" = "$$" ] || return 0
   for p in $publisher $holder_of_lock; do kill -9 "$p" 2>/dev/null || true; done
+  sleep 0.1
+  # What the processes killed here left (only after a failure) goes too.
+  left_behind "$name" | xargs -r rm -rf
   rm -rf "$scratch" "$earlier".* "$squatted"
 }
 trap clean_up EXIT

@@ -8,8 +8,6 @@
 # point. Linux only: Windows has neither these signals nor /dev/shm.
 # Usage: signals-leave-nothing.sh VOLMTIME
 set -euo pipefail
-# Background jobs of a script without job control would start ignoring SIGINT.
-set -m
 tool=$1
 . "$(dirname "$0")/leftovers.sh"
 tag="volmtime-signals-$$"
@@ -18,17 +16,32 @@ started=()
 clean_up() {
   [ "$BASHPID" = "$$" ] || return 0  # not in the subshells of command substitutions
   for p in "${started[@]}"; do kill -9 "$p" 2>/dev/null || true; done
+  sleep 0.1
+  # What the processes killed here left (only after a failure) goes too.
+  left_behind "$tag" | xargs -r rm -rf
   rm -rf "$scratch"
 }
 trap clean_up EXIT
 
-# Waits for process $1 to end, at most $2 seconds; fails the test if it does not.
+# Runs the tool in the background with every signal at its default action, whatever this
+# script was started with (a shell starts background jobs ignoring SIGINT, for one).
+run_tool() {
+  env --default-signal "$tool" "$@" &
+  started+=("$!")
+}
+
+# Waits for process $1 to end, at most $2 seconds; fails the test if it does not. With a
+# signal as $3, sends it again every second meanwhile: one that comes while the shell is
+# still starting the program can be lost there, before the program exists.
 wait_for_end() {
   for ((i = 0; i < $2 * 20; i++)); do
     kill -0 "$1" 2>/dev/null || { wait "$1" || true; return 0; }
+    [ -z "${3:-}" ] || [ $((i % 20)) -ne 19 ] || kill -s "$3" "$1" 2>/dev/null || true
     sleep 0.05
   done
-  echo "process $1 did not end within $2 s"
+  echo "process $1 did not end within $2 s:"
+  ps -o pid,stat,wchan:32,args -p "$1" || true
+  grep -E "SigCgt|SigIgn|SigBlk" "/proc/$1/status" 2>/dev/null || true
   exit 1
 }
 
@@ -59,12 +72,17 @@ signal_at() {
   # Every run writes a file of its own (not named after the store, which is looked for): a
   # line of an earlier run must not count.
   local out="$scratch/$4-$1-$2"
-  "$tool" "$4" "$5" --interval-ms 20 --duration-s 60 >"$out" 2>&1 &
+  run_tool "$4" "$5" --interval-ms 20 --duration-s 60 >"$out" 2>&1
   local pid=$!
-  started+=("$pid")
-  if [ "$2" = started ]; then wait_for_line "$out" "$3"; else sleep "$2"; fi
-  kill -s "$1" "$pid" 2>/dev/null || true
-  wait_for_end "$pid" 30
+  if [ "$2" = started ]; then
+    wait_for_line "$out" "$3"
+    kill -s "$1" "$pid"
+    wait_for_end "$pid" 30  # once it runs, one signal ends it
+  else
+    sleep "$2"
+    kill -s "$1" "$pid" 2>/dev/null || true
+    wait_for_end "$pid" 30 "$1"
+  fi
 }
 
 runs=0
@@ -76,9 +94,8 @@ for signal in INT TERM HUP PIPE; do
 
     # A watcher of a live store, signalled the same way; then its publisher.
     name="$tag-watch-$signal-$point"
-    "$tool" publish "$name" --interval-ms 20 --duration-s 60 --quiet &
+    run_tool publish "$name" --interval-ms 20 --duration-s 60 --quiet
     publisher=$!
-    started+=("$publisher")
     wait_for_store "$name"
     signal_at "$signal" "$point" clock watch "$name"
     kill -s TERM "$publisher"
@@ -92,9 +109,8 @@ done
 name="$tag-head"
 "$tool" publish "$name" --interval-ms 20 --duration-s 60 | head -2 >/dev/null
 expect_nothing_left "$name" "publish | head -2"
-"$tool" publish "$name" --interval-ms 20 --duration-s 60 --quiet &
+run_tool publish "$name" --interval-ms 20 --duration-s 60 --quiet
 publisher=$!
-started+=("$publisher")
 wait_for_store "$name"
 "$tool" watch "$name" --interval-ms 20 --duration-s 60 | head -2 >/dev/null
 kill -s TERM "$publisher"
@@ -104,13 +120,11 @@ expect_nothing_left "$name" "watch | head -2"
 # A publisher waiting to take over, interrupted: its request goes with it, and the holder,
 # which looks for requests once an interval, carries on.
 name="$tag-take-over"
-"$tool" publish "$name" --interval-ms 3000 --duration-s 60 >"$scratch/holder" 2>&1 &
+run_tool publish "$name" --interval-ms 3000 --duration-s 60 >"$scratch/holder" 2>&1
 holder=$!
-started+=("$holder")
 wait_for_line "$scratch/holder" publishing
-"$tool" publish "$name" --take-over --duration-s 60 >"$scratch/taking" 2>&1 &
+run_tool publish "$name" --take-over --duration-s 60 >"$scratch/taking" 2>&1
 pid=$!
-started+=("$pid")
 wait_for_line "$scratch/taking" "asking the publisher"
 kill -s INT "$pid"
 wait_for_end "$pid" 30
@@ -125,9 +139,8 @@ expect_nothing_left "$name" "an interrupted take-over"
 for signal in INT TERM HUP; do
   for delay in 0 0.3 1.2; do
     out="$scratch/demo-$signal-$delay"
-    "$tool" demo --seconds 2 >"$out" 2>&1 &
+    run_tool demo --seconds 2 >"$out" 2>&1
     pid=$!
-    started+=("$pid")
     wait_for_line "$out" 'share "'
     sleep "$delay"
     kill -s "$signal" "$pid"

@@ -22,11 +22,11 @@ constexpr char kSeparator = '/';
 #endif
 
 // Beside the tool, as in the build tree and on Windows; otherwise in the library folder of
-// the installed layout.
+// the installed layout, by the name the runtime package installs (the SONAME).
 std::string LibraryPath() {
   const std::string beside = ProgramDirectory() + kSeparator + kVolmLibraryFileName;
   const std::string installed = ProgramDirectory() + kSeparator + VOLMTIME_INSTALLED_LIBRARY_DIR +
-                                kSeparator + kVolmLibraryFileName;
+                                kSeparator + VOLMTIME_INSTALLED_LIBRARY_NAME;
   std::error_code ignored;
   if (std::filesystem::exists(beside, ignored) || !std::filesystem::exists(installed, ignored))
     return beside;

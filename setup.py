@@ -6,6 +6,8 @@ VolmTime library, all built with CMake from this source tree.
 
 The build needs what Debian packages: cmake, ninja-build, g++, libboost-dev, pybind11-dev,
 python3-dev, python3-setuptools and python3-wheel (scripts/setup.sh installs them).
+With VOLMTIME_WHEEL_BUILD_DIR set, every build folder is kept there, so that the next pip run
+rebuilds only what changed.
 """
 
 import os
@@ -22,6 +24,7 @@ ROOT = pathlib.Path(__file__).resolve().parent
 VERSION = re.search(r"project\(VolmTime VERSION ([0-9.]+)",
                     (ROOT / "CMakeLists.txt").read_text()).group(1)
 SONAME = "libVolmTime.so." + VERSION.split(".")[0]
+KEPT_BUILD = os.environ.get("VOLMTIME_WHEEL_BUILD_DIR")
 
 
 class CMakeBuild(build_ext):
@@ -61,5 +64,6 @@ setup(
     python_requires=">=3.9",
     ext_modules=[Extension("volmtime", sources=[])],
     cmdclass={"build_ext": CMakeBuild},
+    options={"build": {"build_base": KEPT_BUILD}} if KEPT_BUILD else {},
     zip_safe=False,
 )

@@ -1,22 +1,20 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# `pip install --no-build-isolation .` of a copy of the source tree into a fresh virtual
-# environment of PYTHON (with the system's site packages, where Debian's setuptools and wheel
-# are), then the module imported from outside the tree: it must load the library copy that
-# its wheel carries.
-# usage: pip-install.sh SOURCE_DIR PYTHON
+# `pip install --no-build-isolation` of the source tree into a fresh virtual environment of
+# PYTHON (with the system's site packages, where Debian's setuptools and wheel are), then the
+# module imported from outside the tree: it must load the library copy that its wheel carries.
+# The wheel's build folders are kept in BUILD_DIR, so a second run rebuilds only what changed.
+# usage: pip-install.sh SOURCE_DIR PYTHON BUILD_DIR
 set -euo pipefail
 source_dir=$1
 python=$2
+export VOLMTIME_WHEEL_BUILD_DIR=$3
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/volmtime-pip.XXXXXX")
 trap 'rm -rf "$work"' EXIT
-# A copy without any build folder, so the wheel builds from the sources alone.
-mkdir "$work/source"
-tar -C "$source_dir" --exclude=./build --exclude=./.git -cf - . | tar -C "$work/source" -xf -
 "$python" -m venv --system-site-packages "$work/venv"
-(cd "$work/source" && "$work/venv/bin/python" -m pip install --no-build-isolation --no-index \
-  --quiet . >"$work/pip.log" 2>&1) || { tail -n 40 "$work/pip.log"; exit 1; }
+"$work/venv/bin/python" -m pip install --no-build-isolation --no-index --quiet \
+  "$source_dir" >"$work/pip.log" 2>&1 || { tail -n 40 "$work/pip.log"; exit 1; }
 
 cd "$work"
 env -u PYTHONPATH -u VOLMTIME_LIBRARY "$work/venv/bin/python" - <<'PYTHON'

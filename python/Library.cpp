@@ -15,7 +15,7 @@ std::shared_ptr<Library> Library::Load(const std::optional<std::string>& file) {
   std::vector<LibraryCandidate> candidates;
   const char* fromEnvironment = std::getenv("VOLMTIME_LIBRARY");
   if (file) {
-    candidates.push_back({*file});
+    candidates.push_back({std::filesystem::absolute(*file)});
   } else if (fromEnvironment != nullptr && *fromEnvironment != 0) {
     candidates.push_back({fromEnvironment});
   } else {

@@ -9,17 +9,20 @@
 LoadedLibrary::LoadedLibrary(const std::vector<LibraryCandidate>& candidates) {
   std::string tried;
   for (const LibraryCandidate& candidate : candidates) {
+    const std::filesystem::path file = candidate.systemSearch || candidate.file.has_parent_path()
+                                           ? candidate.file
+                                           : ProgramFolder() / candidate.file;
     std::error_code error;
-    if (!candidate.systemSearch && !std::filesystem::exists(candidate.file, error)) {
-      tried += "\n  " + candidate.file.string() + ": no such file";
+    if (!candidate.systemSearch && !std::filesystem::exists(file, error)) {
+      tried += "\n  " + file.string() + ": no such file";
       continue;
     }
-    library_.load(candidate.file,
+    library_.load(file,
                   candidate.systemSearch ? boost::dll::load_mode::search_system_folders
                                          : boost::dll::load_mode::default_mode,
                   error);
     if (!error) return;
-    tried += "\n  " + candidate.file.string() + ": " + error.message();
+    tried += "\n  " + file.string() + ": " + error.message();
   }
   throw LibraryLoadError("cannot load the VolmTime library; tried:" + tried);
 }

@@ -23,6 +23,7 @@ class LibraryLoadError : public std::runtime_error {
 };
 
 struct LibraryCandidate {
+  // A bare file name means the file beside the running program, where Windows looks first.
   std::filesystem::path file;
   // A bare file name for the system's own library search (ld.so's path and cache), rather
   // than a file that must exist where it is named.

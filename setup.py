@@ -64,6 +64,7 @@ setup(
     python_requires=">=3.9",
     ext_modules=[Extension("volmtime", sources=[])],
     cmdclass={"build_ext": CMakeBuild},
-    options={"build": {"build_base": KEPT_BUILD}} if KEPT_BUILD else {},
+    options={"build": {"build_base": KEPT_BUILD}, "egg_info": {"egg_base": KEPT_BUILD}}
+    if KEPT_BUILD else {},
     zip_safe=False,
 )

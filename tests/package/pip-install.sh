@@ -9,6 +9,7 @@ set -euo pipefail
 source_dir=$1
 python=$2
 export VOLMTIME_WHEEL_BUILD_DIR=$3
+mkdir -p "$VOLMTIME_WHEEL_BUILD_DIR"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/volmtime-pip.XXXXXX")
 trap 'rm -rf "$work"' EXIT

@@ -6,8 +6,9 @@ VolmTime library, all built with CMake from this source tree.
 
 The build needs what Debian packages: cmake, ninja-build, g++, libboost-dev, pybind11-dev,
 python3-dev, python3-setuptools and python3-wheel (scripts/setup.sh installs them).
-With VOLMTIME_WHEEL_BUILD_DIR set, every build folder is kept there, so that the next pip run
-rebuilds only what changed.
+With VOLMTIME_WHEEL_BUILD_DIR set, the CMake build is kept in its folder "cmake", so that
+the next pip run compiles only what changed, and setuptools' folders in "setuptools" (which
+the caller empties between runs: what is there goes into the wheel).
 """
 
 import os
@@ -25,13 +26,15 @@ VERSION = re.search(r"project\(VolmTime VERSION ([0-9.]+)",
                     (ROOT / "CMakeLists.txt").read_text()).group(1)
 SONAME = "libVolmTime.so." + VERSION.split(".")[0]
 KEPT_BUILD = os.environ.get("VOLMTIME_WHEEL_BUILD_DIR")
+SETUPTOOLS_BUILD = os.path.join(KEPT_BUILD, "setuptools") if KEPT_BUILD else None
 
 
 class CMakeBuild(build_ext):
     """Builds the library and the module with the project's CMake files, nothing else."""
 
     def build_extension(self, ext):
-        build = pathlib.Path(self.build_temp).resolve() / "cmake"
+        build = (pathlib.Path(KEPT_BUILD) if KEPT_BUILD
+                 else pathlib.Path(self.build_temp).resolve()) / "cmake"
         configure = [
             "cmake", "-S", str(ROOT), "-B", str(build), "-G", "Ninja",
             "-DCMAKE_BUILD_TYPE=Release",
@@ -64,7 +67,7 @@ setup(
     python_requires=">=3.9",
     ext_modules=[Extension("volmtime", sources=[])],
     cmdclass={"build_ext": CMakeBuild},
-    options={"build": {"build_base": KEPT_BUILD}, "egg_info": {"egg_base": KEPT_BUILD}}
+    options={"build": {"build_base": SETUPTOOLS_BUILD}, "egg_info": {"egg_base": SETUPTOOLS_BUILD}}
     if KEPT_BUILD else {},
     zip_safe=False,
 )

@@ -3,13 +3,15 @@
 # `pip install --no-build-isolation` of the source tree into a fresh virtual environment of
 # PYTHON (with the system's site packages, where Debian's setuptools and wheel are), then the
 # module imported from outside the tree: it must load the library copy that its wheel carries.
-# The wheel's build folders are kept in BUILD_DIR, so a second run rebuilds only what changed.
+# The wheel's CMake build is kept in BUILD_DIR, so a second run compiles only what changed;
+# setuptools' folders start empty every time, so the wheel holds only what this run put there.
 # usage: pip-install.sh SOURCE_DIR PYTHON BUILD_DIR
 set -euo pipefail
 source_dir=$1
 python=$2
 export VOLMTIME_WHEEL_BUILD_DIR=$3
-mkdir -p "$VOLMTIME_WHEEL_BUILD_DIR"
+rm -rf "$VOLMTIME_WHEEL_BUILD_DIR/setuptools"
+mkdir -p "$VOLMTIME_WHEEL_BUILD_DIR/setuptools"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/volmtime-pip.XXXXXX")
 trap 'rm -rf "$work"' EXIT

@@ -68,11 +68,14 @@ cpack --config "$windows/CPackConfig.cmake" -B "$out" >>"$windows.log" 2>&1 ||
   "VolmTime-$version-win64-debug")
 rm -rf "$out/_CPack_Packages"
 
-# --- lintian on every Debian package: its whole report, and a failure on any error.
+# --- lintian on every Debian package: its whole report, and a failure on any error. Its
+# temporary files go to a folder of this run (lintian leaves some behind).
 status=0
+lintian_tmp=$(mktemp -d "${TMPDIR:-/tmp}/volmtime-lintian.XXXXXX")
+trap 'rm -rf "$lintian_tmp"' EXIT
 for deb in "$out"/*.deb; do
   echo "=== lintian $(basename "$deb")"
-  lintian --fail-on error "$deb" || status=1
+  TMPDIR=$lintian_tmp lintian --fail-on error "$deb" || status=1
 done
 echo "=== package layout"
 bash tests/package/check-debian-packages.sh "$out" "$version" || status=1

@@ -39,7 +39,7 @@ class CMakeBuild(build_ext):
             "cmake", "-S", str(ROOT), "-B", str(build), "-G", "Ninja",
             "-DCMAKE_BUILD_TYPE=Release",
             "-DPython3_EXECUTABLE=" + sys.executable,
-            "-DVOLMTIME_BUILD_PYTHON=ON",
+            "-DVOLMTIME_BUILD_PYTHON=ON", "-DVOLMTIME_PYTHON_WHEEL=ON",
             "-DVOLMTIME_BUILD_TESTS=OFF", "-DVOLMTIME_BUILD_TOOLS=OFF",
             "-DVOLMTIME_BUILD_BENCHMARKS=OFF", "-DVOLMTIME_BUILD_EXAMPLES=OFF",
             "-DVOLMTIME_INSTALL=OFF",

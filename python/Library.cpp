@@ -23,7 +23,7 @@ std::shared_ptr<Library> Library::Load(const std::optional<std::string>& file) {
     candidates.push_back({here / "volmtime.libs" / VOLMTIME_INSTALLED_LIBRARY_NAME});
     candidates.push_back(
         {(here / VOLMTIME_PYTHON_TO_LIBRARY / VOLMTIME_INSTALLED_LIBRARY_NAME).lexically_normal()});
-#ifdef VOLMTIME_LIBRARY_FILE
+#if defined(VOLMTIME_LIBRARY_FILE) && !defined(VOLMTIME_PYTHON_WHEEL)
     candidates.push_back({VOLMTIME_LIBRARY_FILE});
 #endif
     candidates.push_back({VOLMTIME_INSTALLED_LIBRARY_NAME, true});

@@ -19,8 +19,8 @@ class Library {
  public:
   // `file`, else $VOLMTIME_LIBRARY, else the first that loads of: the copy a wheel carries
   // beside the module, the installed library seen from the module's install folder, the
-  // build tree's, and the SONAME through the system's library search. Throws
-  // LibraryLoadError naming every file tried.
+  // build tree's (not for a module made for a wheel), and the SONAME through the system's
+  // library search. Throws LibraryLoadError naming every file tried.
   static std::shared_ptr<Library> Load(const std::optional<std::string>& file);
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;

@@ -53,9 +53,7 @@ py::object Clock::DateTime() const {
   return epoch + datetime.attr("timedelta")(py::arg("microseconds") = microseconds);
 }
 
-py::int_ Clock::UnixTimeNs() const {
-  return py::int_(SinceUnixEpoch() * py::int_(100));
-}
+py::int_ Clock::UnixTimeNs() const { return py::int_(SinceUnixEpoch() * py::int_(100)); }
 
 void Clock::Sleep(const py::object& seconds, const py::object& units) {
   const std::uint64_t duration = Duration(seconds, units);

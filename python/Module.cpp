@@ -71,8 +71,7 @@ PYBIND11_MODULE(volmtime, module) {
       "A piecewise-linear correction function from counter ticks to 100-ns units.");
   AddCloseProtocol(correction);
   correction
-      .def("add_sample", &Correction::AddSample, py::arg("tick"), py::arg("rate"),
-           py::arg("time"),
+      .def("add_sample", &Correction::AddSample, py::arg("tick"), py::arg("rate"), py::arg("time"),
            "Appends a sample: at `tick` the time is `time`, then `rate` units per tick "
            "(0.0: undefined); visible after publish().")
       .def("remove_last_sample", &Correction::RemoveLastSample,

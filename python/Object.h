@@ -30,7 +30,8 @@ class Object {
   // The held interface; ValueError once the object is closed.
   template <typename Interface>
   Interface* Open(const Ref<Interface>& ref, const char* what) const {
-    if (ref.Get() == nullptr) throw pybind11::value_error(std::string("the ") + what + " is closed");
+    if (ref.Get() == nullptr)
+      throw pybind11::value_error(std::string("the ") + what + " is closed");
     return ref.Get();
   }
   [[nodiscard]] const std::shared_ptr<Library>& TheLibrary() const { return library_; }
@@ -46,12 +47,11 @@ void AddCloseProtocol(Class& cls) {
   cls.def("close", &Type::Close, "Gives the object's references back; later calls raise.")
       .def_property_readonly("closed", &Type::Closed, "True once close() has run.")
       .def("__enter__", [](pybind11::object self) { return self; })
-      .def("__exit__",
-           [](Type& self, const pybind11::object&, const pybind11::object&,
-              const pybind11::object&) {
-             self.Close();
-             return false;
-           });
+      .def("__exit__", [](Type& self, const pybind11::object&, const pybind11::object&,
+                          const pybind11::object&) {
+        self.Close();
+        return false;
+      });
 }
 
 }  // namespace VolmPython

@@ -9,10 +9,9 @@ namespace VolmPython {
 
 py::str FromUtf16(const std::u16string& text) {
   int byteOrder = std::endian::native == std::endian::little ? -1 : 1;
-  PyObject* decoded =
-      PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(text.data()),
-                            static_cast<Py_ssize_t>(text.size() * sizeof(char16_t)), "replace",
-                            &byteOrder);
+  PyObject* decoded = PyUnicode_DecodeUTF16(reinterpret_cast<const char*>(text.data()),
+                                            static_cast<Py_ssize_t>(text.size() * sizeof(char16_t)),
+                                            "replace", &byteOrder);
   if (decoded == nullptr) throw py::error_already_set();
   return py::reinterpret_steal<py::str>(decoded);
 }

@@ -14,8 +14,8 @@ namespace VolmPython {
 
 TimeBase::TimeBase(const std::shared_ptr<Library>& library)
     : Object(library), factory_(library->Factory()) {
-  Check(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()),
-        factory_.Get(), "asking the factory for its advanced interface");
+  Check(factory_->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()), factory_.Get(),
+        "asking the factory for its advanced interface");
 }
 
 void TimeBase::Close() {
@@ -97,8 +97,8 @@ std::optional<std::uint32_t> TimeBase::WaitForEvents(const py::object& handles, 
   for (;;) {
     std::uint32_t sliceMs = kSliceMs;
     if (timeoutMs != VOLM_INFINITE) {
-      const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-          deadline - std::chrono::steady_clock::now());
+      const auto left =
+          std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
       sliceMs = static_cast<std::uint32_t>(
           std::clamp<std::int64_t>(left.count(), 0, static_cast<std::int64_t>(kSliceMs)));
     }

@@ -35,10 +35,9 @@ void Timer::SetPeriodic(const py::object& seconds, const py::object& units) {
   const std::uint64_t period = Duration(seconds, units);
   if (period == 0) {
     const bool inUnits = !units.is_none();
-    throw py::value_error("the period must be more than 0: " +
-                          std::string(inUnits ? "units=" : "seconds=") +
-                          py::repr(inUnits ? units : seconds).cast<std::string>() +
-                          " is 0 units of 100 ns");
+    throw py::value_error(
+        "the period must be more than 0: " + std::string(inUnits ? "units=" : "seconds=") +
+        py::repr(inUnits ? units : seconds).cast<std::string>() + " is 0 units of 100 ns");
   }
   IWaitableTimer* timer = Get();
   Check(timer->SetPeriodic(period), timer, "SetPeriodic");

@@ -29,8 +29,6 @@ LoadedLibrary::LoadedLibrary(const std::vector<LibraryCandidate>& candidates) {
 
 std::filesystem::path LoadedLibrary::File() const { return library_.location(); }
 
-void LoadedLibrary::KeepForProcess() {
-  (void)new boost::dll::shared_library(std::move(library_));
-}
+void LoadedLibrary::KeepForProcess() { (void)new boost::dll::shared_library(std::move(library_)); }
 
 std::filesystem::path ProgramFolder() { return boost::dll::program_location().parent_path(); }

@@ -192,8 +192,8 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath,
        kCalls / 10},
   };
   BenchConditions conditions = MeasuredConditions();
-  std::printf("built-in benchmarks (%s), %d repetitions; baseline %s\n", why.c_str(),
-              repetitions, kRawCounterName);
+  std::printf("built-in benchmarks (%s), %d repetitions; baseline %s\n", why.c_str(), repetitions,
+              kRawCounterName);
   PrintConditions(conditions);
   nlohmann::ordered_json results = {
       {"context",

@@ -33,7 +33,8 @@ class PlainFormatter : public CLI::Formatter {
     const std::string name = option->get_name(false, true);
     if (type != "FLOAT" && type != "INT" && type != "UINT" && type != "TEXT") return type;
     const auto endsWith = [&name](const std::string& end) {
-      return name.size() >= end.size() && name.compare(name.size() - end.size(), end.size(), end) == 0;
+      return name.size() >= end.size() &&
+             name.compare(name.size() - end.size(), end.size(), end) == 0;
     };
     if (endsWith("-ms")) return "MS";
     if (endsWith("-s") || endsWith("seconds")) return "SECONDS";

@@ -190,6 +190,52 @@ TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
   }
 }
 
+// Clock readings answer ticks in the last two segments inline; whenever they answer, it is
+// the lookup's answer, and they answer every tick of those segments that has one.
+TEST_F(PiecewiseLinear, InlineAnswersOfTheLastTwoSegmentsAreTheLookupsAnswers) {
+  std::mt19937_64 random(77);
+  const auto check = [&](const std::vector<VolmTime::CorrectionSample>& tail) {
+    // Around and inside the last three samples' segments.
+    for (std::size_t i = 0; i < tail.size(); ++i) {
+      for (const std::uint64_t at : {tail[i].tick - 1, tail[i].tick, tail[i].tick + 1 + random() % 5000}) {
+        std::uint64_t time = 0;
+        const bool answered = f_->TickToTimeInLastSegments(at, time);
+        // The segment that holds the tick, if it is one of the last two.
+        const VolmTime::CorrectionSample* holder = nullptr;
+        if (at >= tail.back().tick) {
+          holder = &tail.back();
+        } else if (tail.size() >= 2 && at >= tail[tail.size() - 2].tick) {
+          holder = &tail[tail.size() - 2];
+        }
+        ASSERT_EQ(answered, holder != nullptr && holder->rate != 0.0) << "tick " << at;
+        if (answered) {
+          ASSERT_EQ(std::to_string(time), At(at)) << "tick " << at;
+        }
+      }
+    }
+  };
+  std::uint64_t time = 0;
+  EXPECT_FALSE(f_->TickToTimeInLastSegments(100, time));  // nothing published
+  f_->AddSample(100, 2.0, 1000);
+  f_->Publish();
+  check({{100, 1000, 2.0}});
+  // Rates of 0 before and at the latest sample, then a store whose window has wrapped.
+  const std::vector<VolmTime::CorrectionSample> last = {
+      {200, 1300, 0.0}, {300, 1400, 0.37}, {400, 1500, 0.0}, {500, 1600, 1.5}, {9'000, 9'000, 3.0}};
+  std::vector<VolmTime::CorrectionSample> tail = {{100, 1000, 2.0}};
+  for (const VolmTime::CorrectionSample& sample : last) {
+    f_->AddSample(sample);
+    f_->Publish();
+    tail.push_back(sample);
+    check({tail.end() - 3, tail.end()});
+  }
+  f_->Reset();
+  AppendRun(1, kHistoryCapacity + 5);
+  f_->Publish();
+  const std::uint64_t end = 10 * (kHistoryCapacity + 5);
+  check({{end - 20, end - 20, 1.0}, {end - 10, end - 10, 1.0}, {end, end, 1.0}});
+}
+
 // Stores that no writer following the rules leaves behind, or that one leaves for a moment,
 // still get an answer from the slots as they stand, never a retry that can be made to last.
 class StoreAsItStands : public ::testing::Test {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
-#include "Discipline.h"
+#include "Segments.h"
 #include "Library.h"
 #include "TimeFormat.h"
 

@@ -45,15 +45,17 @@ class PiecewiseLinearCorrectionFunction : public IPiecewiseLinearCorrection<Tick
     const PublishedHeader before = ReadHeader(*store_);
     const std::uint32_t flags = FlagsOf(before.countAndFlags);
     if ((flags & kFlagLatestValid) == 0) return false;
-    CorrectionSample segment = LoadSample(store_->latestRing[before.latestSlot & kLatestSlotMask]);
-    if (tick < segment.tick) {
+    // Only the tick decides which segment; the rest is loaded from the one that holds it.
+    const CorrectionSample* slot = &store_->latestRing[before.latestSlot & kLatestSlotMask];
+    if (tick < LoadShared(slot->tick, std::memory_order_acquire)) {
       // The last committed sample, where the readable history holds one: it is the last
       // history slot of the sequence that a lookup searches.
       const std::uint32_t last = (CountOf(before.countAndFlags) - 1) & (kHistoryCapacity - 1);
       if ((flags & kFlagFull) == 0 && last == 0) return false;
-      segment = LoadSample(store_->history[last]);
-      if (tick < segment.tick) return false;
+      slot = &store_->history[last];
+      if (tick < LoadShared(slot->tick, std::memory_order_acquire)) return false;
     }
+    const CorrectionSample segment = LoadSample(*slot);
     if (!ViewSurvived(before, ReadHeader(*store_))) return false;
     std::uint64_t scaled = 0;
     if (!ScaleExactly(tick - segment.tick, ToFixedPoint(segment.rate), scaled)) [[unlikely]] {

@@ -3,6 +3,7 @@
 
 #include "VolmTime/Core/CException.h"
 #include "VolmTime/Core/FullRangeConversion.h"
+#include "VolmTime/Core/LookupSeam.h"
 
 #include <algorithm>
 #include <cmath>
@@ -63,6 +64,7 @@ template <typename Evaluate>
 auto ReadConsistently(const SampleStore& store, Evaluate&& evaluate) {
   for (int attempt = 1;; ++attempt) {
     const PublishedHeader before = ReadHeader(store);
+    NotifyAfterHeaderRead();
     const ReadableSequence sequence = SequenceOf(store, before);
     try {
       auto result = evaluate(sequence);

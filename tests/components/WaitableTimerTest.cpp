@@ -5,7 +5,11 @@
 #include "tests/support/Doubles.h"
 #include "tests/support/Helpers.h"
 
+#include <functional>
 #include <limits>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -44,12 +48,37 @@ TEST_F(WaitableTimerTest, FailuresOfItsPartsReachTheCaller) {
   EXPECT_EQ(LastErrorText(timer_.Get()), "no segment here");
   EXPECT_EQ(timer_->SetAbsolute(10'000), 0x80041234u);
   EXPECT_TRUE(tickTimer_->calls.empty());
-  // A tick timer failure without an error object gets a text naming this component.
-  correction_->failure.reset();
-  tickTimer_->result = 0xA0BC1234u;
+}
+
+// A part that fails without an error object gets a text that names this component and the
+// line of the call that failed, and its code passes through.
+TEST_F(WaitableTimerTest, FailuresWithoutAnErrorObjectNameTheLineOfTheFailedCall) {
+  constexpr VolmResult kCode = 0xA0BC1234u;
   std::int32_t outcome = 0;
-  EXPECT_EQ(timer_->Wait(0, &outcome), 0xA0BC1234u);
-  EXPECT_EQ(LastErrorText(timer_.Get()).rfind("Unknown error code. [WaitableTimer, line ", 0), 0u);
+  VolmHandle handle{};
+  const std::vector<std::pair<int, std::function<VolmResult()>>> tickTimerCalls = {
+      {42, [&] { return timer_->GetHandle(&handle); }},
+      {52, [&] { return timer_->Wait(0, &outcome); }},
+      {71, [&] { return timer_->SetAbsolute(5'000); }},
+      {86, [&] { return timer_->SetRelative(10'000); }},
+      {101, [&] { return timer_->SetPeriodic(10'000); }},
+      {111, [&] { return timer_->Cancel(); }}};
+  const std::vector<std::pair<int, std::function<VolmResult()>>> correctionCalls = {
+      {69, [&] { return timer_->SetAbsolute(5'000); }},
+      {82, [&] { return timer_->SetRelative(10'000); }},
+      {97, [&] { return timer_->SetPeriodic(10'000); }}};
+  const auto expectLine = [&](int line, const std::function<VolmResult()>& call) {
+    const std::string suffix = "[WaitableTimer, line " + std::to_string(line) + "]";
+    EXPECT_EQ(call(), kCode) << line;
+    const std::string text = LastErrorText(timer_.Get());
+    EXPECT_TRUE(text.ends_with(suffix)) << text << " should end with " << suffix;
+  };
+  Build(1.0);
+  tickTimer_->result = kCode;
+  for (const auto& [line, call] : tickTimerCalls) expectLine(line, call);
+  correction_->failure = kCode;
+  correction_->withErrorObject = false;
+  for (const auto& [line, call] : correctionCalls) expectLine(line, call);
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ class SharedMemoryCorrection : public ::testing::Test {
 };
 
 TEST_F(SharedMemoryCorrection, ReadersSeeWhatTheWriterPublishedAndCannotWrite) {
-  auto writer = std::make_unique<SharedFunction>(name_ + std::string("\0ignored", 8), true);
+  auto writer = std::make_unique<SharedFunction>(name_ + std::string("\0ig\0nored", 10), true);
   EXPECT_EQ(writer->Name(), name_);  // names end at their first NUL
   SharedFunction reader(name_, false);
   writer->AddSample(100, 2.0, 1000);
@@ -67,14 +67,19 @@ TEST_F(SharedMemoryCorrection, SmallerObjectOfTheNameIsRefused) {
 
 // A writer's store is open to readers as soon as its mapping exists, zero-filled, and gets
 // its layout version a moment later. A reader that opens in between waits for the version;
-// one that stays 0 is another layout.
+// one that stays 0, and any other version, is another layout.
 TEST_F(SharedMemoryCorrection, ReaderOpeningWhileTheWriterSetsUpWaitsForTheVersion) {
   const auto settingUp =
       VolmTime::Platform::SharedMemoryMapping::CreateOrOpen(name_, VolmTime::kSampleStoreSize);
-  EXPECT_EQ(FailureOf([&] { SharedFunction reader(name_, false); }),
-            "Memory layout version mismatch.");
   std::atomic_ref<std::uint32_t> version(
       static_cast<VolmTime::SampleStore*>(settingUp.Address())->header.version);
+  for (const std::uint32_t other : {0u, 1u, VolmTime::kSampleStoreVersion + 1}) {
+    version.store(other);
+    EXPECT_EQ(FailureOf([&] { SharedFunction reader(name_, false); }),
+              "Memory layout version mismatch.")
+        << "version " << other;
+  }
+  version.store(0);
   std::thread writer([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     version.store(VolmTime::kSampleStoreVersion, std::memory_order_release);

@@ -19,20 +19,33 @@ using namespace VolmTime::Platform;
 using Clock = std::chrono::steady_clock;
 constexpr std::int64_t kUnitsPerMs = 10'000;
 
+// How long a wait for something already due may take: enough for any busy machine, and never
+// spent while the platform works.
+constexpr std::uint32_t kPatienceMs = 60'000;
+
 std::int64_t SystemTimeIn(std::int64_t milliseconds) {
   return static_cast<std::int64_t>(PreciseSystemTime()) + milliseconds * kUnitsPerMs;
 }
 bool FireNow(NativeHandle timer) { return ArmWaitableTimer(timer, 0, 0); }
-// How many of two waiters one signal of `handle` (made by `signal`) releases.
-int ReleasedByOneSignal(NativeHandle handle, bool (*signal)(NativeHandle)) {
+
+// Two threads wait on `handle`; one signal (made by `signal`) must release `expected` of
+// them. A signal made before a thread waits stays until a wait takes it, so a late thread
+// sees the same; a wrong extra release is given a moment to show, then the rest are let go.
+void ExpectOneSignalReleases(NativeHandle handle, bool (*signal)(NativeHandle), int expected) {
   std::atomic<int> released{0};
-  std::vector<std::thread> waiters;
+  std::vector<std::jthread> waiters;
   for (int i = 0; i < 2; ++i)
-    waiters.emplace_back([&] { released += WaitForOne(handle, 400) == kWaitObject0 ? 1 : 0; });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    waiters.emplace_back([&] { released += WaitForOne(handle, kPatienceMs) == kWaitObject0; });
   EXPECT_TRUE(signal(handle));
-  for (auto& waiter : waiters) waiter.join();
-  return released.load();
+  const auto deadline = Clock::now() + std::chrono::milliseconds(kPatienceMs);
+  while (released.load() < expected && Clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(released.load(), expected);
+  while (released.load() < 2 && Clock::now() < deadline) {
+    EXPECT_TRUE(signal(handle));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 TEST(Event, IsOneSignalTakenByOneWaitUntilReset) {
@@ -44,7 +57,7 @@ TEST(Event, IsOneSignalTakenByOneWaitUntilReset) {
   ASSERT_TRUE(SetEvent(event.Get()));
   ASSERT_TRUE(ResetEvent(event.Get()));
   EXPECT_EQ(WaitForOne(event.Get(), 0), kWaitTimeout);
-  EXPECT_EQ(ReleasedByOneSignal(event.Get(), SetEvent), 1);
+  ExpectOneSignalReleases(event.Get(), SetEvent, 1);
 }
 
 TEST(Wait, ReportsTheLowestSignalledIndexAndTakesOnlyThatSignal) {
@@ -70,7 +83,7 @@ TEST(Wait, WaitForAllTakesEverySignalOrNone) {
   ASSERT_TRUE(SetEvent(event.Get()));
   EXPECT_EQ(WaitForMany(handles, 2, true, 30), kWaitTimeout);  // took nothing
   ASSERT_TRUE(ArmWaitableTimer(timer.Get(), -30 * kUnitsPerMs, 0));
-  EXPECT_EQ(WaitForMany(handles, 2, true, 5'000), kWaitObject0);
+  EXPECT_EQ(WaitForMany(handles, 2, true, kPatienceMs), kWaitObject0);
   EXPECT_EQ(WaitForMany(handles, 2, false, 0), kWaitTimeout);
 }
 
@@ -78,16 +91,15 @@ TEST(Timer, FiresAtItsRelativeOrAbsoluteDueTimeAndNotBefore) {
   UniqueHandle timer = CreateWaitableTimer(false);
   const auto start = Clock::now();
   ASSERT_TRUE(ArmWaitableTimer(timer.Get(), -50 * kUnitsPerMs, 0));
-  EXPECT_EQ(WaitForOne(timer.Get(), 20), kWaitTimeout);
-  EXPECT_EQ(WaitForOne(timer.Get(), 5'000), kWaitObject0);
+  EXPECT_EQ(WaitForOne(timer.Get(), kPatienceMs), kWaitObject0);
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(45));
   const std::int64_t due = SystemTimeIn(40);
   ASSERT_TRUE(ArmWaitableTimer(timer.Get(), due, 0));
-  EXPECT_EQ(WaitForOne(timer.Get(), 5'000), kWaitObject0);
+  EXPECT_EQ(WaitForOne(timer.Get(), kPatienceMs), kWaitObject0);
   EXPECT_GE(SystemTimeIn(5), due);  // the clocks' granularity may differ by some ms
   for (const std::int64_t past : {std::int64_t{0}, SystemTimeIn(-1'000), std::int64_t{1}}) {
     ASSERT_TRUE(ArmWaitableTimer(timer.Get(), past, 0)) << past;
-    EXPECT_EQ(WaitForOne(timer.Get(), 2'000), kWaitObject0) << past;
+    EXPECT_EQ(WaitForOne(timer.Get(), kPatienceMs), kWaitObject0) << past;
   }
   EXPECT_FALSE(ArmWaitableTimer(timer.Get(), -kUnitsPerMs, -1));  // negative period
 }
@@ -97,7 +109,7 @@ TEST(Timer, PeriodicTimerRepeatsUntilCancelledAndCancelKeepsAFiringThatHappened)
   const auto start = Clock::now();
   ASSERT_TRUE(ArmWaitableTimer(timer.Get(), -10 * kUnitsPerMs, 10));
   for (int firing = 0; firing < 5; ++firing)
-    ASSERT_EQ(WaitForOne(timer.Get(), 2'000), kWaitObject0) << "firing " << firing;
+    ASSERT_EQ(WaitForOne(timer.Get(), kPatienceMs), kWaitObject0) << "firing " << firing;
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(40));
   ASSERT_TRUE(CancelWaitableTimer(timer.Get()));
   (void)WaitForOne(timer.Get(), 0);  // a firing just before the cancel stays signalled
@@ -112,8 +124,8 @@ TEST(Timer, PeriodicTimerRepeatsUntilCancelledAndCancelKeepsAFiringThatHappened)
 TEST(Timer, AutoResetReleasesOneWaiterManualResetAllUntilArmedAgain) {
   UniqueHandle automatic = CreateWaitableTimer(false);
   UniqueHandle manual = CreateWaitableTimer(true);
-  EXPECT_EQ(ReleasedByOneSignal(automatic.Get(), FireNow), 1);
-  EXPECT_EQ(ReleasedByOneSignal(manual.Get(), FireNow), 2);
+  ExpectOneSignalReleases(automatic.Get(), FireNow, 1);
+  ExpectOneSignalReleases(manual.Get(), FireNow, 2);
   // A cancel keeps the firing; only arming again resets it. (Wine resets only manual-reset
   // timers when they are armed, so a manual-reset one shows it on both builds.)
   ASSERT_TRUE(CancelWaitableTimer(manual.Get()));
@@ -128,7 +140,7 @@ TEST(Timer, ArmingReplacesAnEarlierOneAndReachesAThreadAlreadyWaiting) {
   UniqueHandle timer = CreateWaitableTimer(false);
   ASSERT_TRUE(ArmWaitableTimer(timer.Get(), SystemTimeIn(60'000), 0));
   std::atomic<std::uint32_t> outcome{0xDEADu};
-  std::thread waiter([&] { outcome = WaitForOne(timer.Get(), 10'000); });
+  std::thread waiter([&] { outcome = WaitForOne(timer.Get(), kPatienceMs); });
   std::this_thread::sleep_for(std::chrono::milliseconds(30));
   EXPECT_TRUE(ArmWaitableTimer(timer.Get(), -20 * kUnitsPerMs, 0));
   waiter.join();

@@ -21,7 +21,13 @@ for _ in $(seq 200); do
   sleep 0.1
 done
 grep -q publishing "$scratch/first.txt" || { echo "the publisher did not start"; exit 1; }
-sleep 1
+# Enough samples for the plot check below; a busy machine only makes this take longer.
+for _ in $(seq 600); do
+  "${tool[@]}" inspect "$name" --last 100 --json >"$scratch/count.json" 2>/dev/null &&
+    python3 -c 'import json, sys; sys.exit(len(json.load(open(sys.argv[1]))["samples"]) < 20)' \
+      "$scratch/count.json" && break
+  sleep 0.1
+done
 
 set +e
 "${tool[@]}" publish "$name" --duration-s 1 >/dev/null 2>"$scratch/refused.txt"

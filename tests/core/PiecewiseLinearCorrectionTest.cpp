@@ -226,7 +226,8 @@ TEST_F(PiecewiseLinear, LookupAgreesWithBinarySearchOverRandomStores) {
       };
       const std::uint64_t near = key(samples[random() % samples.size()]);
       const std::uint64_t first = key(samples.front());
-      const std::uint64_t beforeLatest = key(samples[samples.size() - std::min<std::size_t>(2, samples.size())]);
+      const std::uint64_t beforeLatest =
+          key(samples[samples.size() - std::min<std::size_t>(2, samples.size())]);
       // On a sample, just before it, anywhere from the first sample to past the latest, or
       // around the last two.
       for (const std::uint64_t at :

@@ -28,8 +28,9 @@ TEST(References, OnlyTheSystemClockIsReadHere) {
     } catch (const std::runtime_error& error) {
       failure = error.what();
     }
-    EXPECT_EQ(failure, "the reference \"" + which + "\" is not available on Windows: only "
-                       "\"system\" is");
+    EXPECT_EQ(failure, "the reference \"" + which +
+                           "\" is not available on Windows: only "
+                           "\"system\" is");
   }
 }
 

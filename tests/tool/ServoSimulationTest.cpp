@@ -17,7 +17,8 @@
 
 namespace {
 
-using Function = VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
+using Function =
+    VolmTime::Core::PiecewiseLinearCorrectionFunctionLocal<std::uint64_t, std::uint64_t>;
 constexpr double kNsPerSecond = 1e9;
 constexpr std::uint64_t kFrequency = 1'000'000'000;
 constexpr std::uint64_t kReferenceStartNs = 13'409'000'000'000'000'000ull;  // late 2026
@@ -196,7 +197,8 @@ TEST(ServoSimulation, JumpsBeyondTheLimitAndSlewsWithinIt) {
     const ServoUpdate update = publisher.Next();
     EXPECT_TRUE(update.event == Event::kTracking || update.event == Event::kSlewRunning);
     if (update.samples.size() == 2)
-      largestSlew = std::max(largestSlew, std::abs(update.samples[0].rate / update.samples[1].rate - 1));
+      largestSlew =
+          std::max(largestSlew, std::abs(update.samples[0].rate / update.samples[1].rate - 1));
   }
   EXPECT_LE(largestSlew, 500e-6 * (1 + 1e-6));
   EXPECT_GT(largestSlew, 400e-6);  // the offset took the fastest slew allowed

@@ -45,7 +45,8 @@ TEST(CommandLine, TakesOptionsEitherWayWithPerCommandDefaultsAndAnswersVersion) 
   EXPECT_EQ(publish.options.name, "n");
   EXPECT_EQ(publish.options.intervalMs, 20);
   EXPECT_EQ(publish.options.jumpMs, 5);
-  const Parsed servo = Parse({"publish", "n", "--max-slew-ppm", "100", "--reference=tai", "--report"});
+  const Parsed servo =
+      Parse({"publish", "n", "--max-slew-ppm", "100", "--reference=tai", "--report"});
   ASSERT_FALSE(servo.exit) << servo.err.str();
   EXPECT_EQ(servo.options.maxSlewPpm, 100);
   EXPECT_EQ(servo.options.reference, "tai");
@@ -90,10 +91,8 @@ TEST(UpdateSchedule, KeepsItsDeadlinesWhateverTheLateness) {
 TEST(DisciplineMeasures, GridRatesStepsAndIntervalsOfPublishedSamples) {
   // Two updates 1000 ticks apart at 0.01 units per tick: slewing +1 % for 400 ticks, then
   // holdover; the last sample steps 2 units above where its segment arrives.
-  const std::vector<CorrectionSample> samples = {{10'000, 100, 0.0101},
-                                                 {10'400, 104, 0.01},
-                                                 {11'000, 110, 0.0101},
-                                                 {11'400, 116, 0.01}};
+  const std::vector<CorrectionSample> samples = {
+      {10'000, 100, 0.0101}, {10'400, 104, 0.01}, {11'000, 110, 0.0101}, {11'400, 116, 0.01}};
   EXPECT_EQ(LargestStep(samples), 2);
   EXPECT_DOUBLE_EQ(MeanUpdateInterval(samples), 1'000);
   const std::vector<double> rates = GridRatesPpm(samples, 10'000, 12'000, 500, 0.01);

@@ -126,13 +126,12 @@ int RunPublish(const ToolOptions& options) {
   if (statusLines) {
     std::printf("%s  publishing \"%s\" every %g ms against %s (pid %u)%s\n", Timestamp().c_str(),
                 name.c_str(), options.intervalMs, reference->Name().c_str(), CurrentProcessId(),
-                update.continuedSamples > 0 ? ", continuing the function readers followed"
-                                            : "");
+                update.continuedSamples > 0 ? ", continuing the function readers followed" : "");
     std::fflush(stdout);
   }
   const std::uint64_t startTick = first.back().tickAfter;
-  const auto endTick = startTick + static_cast<std::uint64_t>(options.durationS *
-                                                              static_cast<double>(frequency));
+  const auto endTick =
+      startTick + static_cast<std::uint64_t>(options.durationS * static_cast<double>(frequency));
   UpdateSchedule schedule(startTick, settings.intervalTicks);
   std::uint64_t updates = 1;
   std::uint64_t jumps = 0;
@@ -147,28 +146,32 @@ int RunPublish(const ToolOptions& options) {
                   name.c_str());
       return 0;
     }
-    const std::array<Reading, kReadingsPerUpdate> readings = TakeReadings(counter.Get(), *reference);
+    const std::array<Reading, kReadingsPerUpdate> readings =
+        TakeReadings(counter.Get(), *reference);
     now = readings.back().tickAfter;
     update = servo.Update(readings);
-    if (update.event == ServoUpdate::Event::kJumpBack || update.event == ServoUpdate::Event::kJumpForward)
+    if (update.event == ServoUpdate::Event::kJumpBack ||
+        update.event == ServoUpdate::Event::kJumpForward)
       ++jumps;
     if (update.action == ServoUpdate::Action::kNothing) continue;
     if (Apply(writer.Get(), counter.Get(), update)) ++late;
     ++updates;
     if (statusLines) {
-      std::printf("%s%s  updates %llu  offset %+9.1f ns  frequency %.4f ppm %s  skew %.4f ppm  "
-                  "jumps %llu  late %llu  missed %llu%s",
-                  inPlace ? "\r" : "", Timestamp().c_str(), static_cast<unsigned long long>(updates),
-                  update.offsetNs, std::abs(update.frequencyPpm),
-                  update.frequencyPpm < 0 ? "slow" : "fast", update.skewPpm,
-                  static_cast<unsigned long long>(jumps), static_cast<unsigned long long>(late),
-                  static_cast<unsigned long long>(schedule.Skipped()), inPlace ? "   " : "\n");
+      std::printf(
+          "%s%s  updates %llu  offset %+9.1f ns  frequency %.4f ppm %s  skew %.4f ppm  "
+          "jumps %llu  late %llu  missed %llu%s",
+          inPlace ? "\r" : "", Timestamp().c_str(), static_cast<unsigned long long>(updates),
+          update.offsetNs, std::abs(update.frequencyPpm), update.frequencyPpm < 0 ? "slow" : "fast",
+          update.skewPpm, static_cast<unsigned long long>(jumps),
+          static_cast<unsigned long long>(late),
+          static_cast<unsigned long long>(schedule.Skipped()), inPlace ? "   " : "\n");
       std::fflush(stdout);
     }
   }
   if (inPlace) std::printf("\n");
   if (late > 0)
-    std::fprintf(stderr, "%s  %llu of %llu updates became visible after the counter had passed "
+    std::fprintf(stderr,
+                 "%s  %llu of %llu updates became visible after the counter had passed "
                  "their first new sample\n",
                  Timestamp().c_str(), static_cast<unsigned long long>(late),
                  static_cast<unsigned long long>(updates));

@@ -92,8 +92,9 @@ class Observer {
   }
 
   void Sleep(double seconds) {
-    Check(counter_->SleepTick(static_cast<std::uint64_t>(seconds * static_cast<double>(frequency_))),
-          counter_.Get(), "sleeping");
+    Check(
+        counter_->SleepTick(static_cast<std::uint64_t>(seconds * static_cast<double>(frequency_))),
+        counter_.Get(), "sleeping");
   }
 
  private:
@@ -107,7 +108,8 @@ class Observer {
 // Compares every kCompareEverySeconds until `seconds` have passed or a stop is requested.
 bool CompareFor(Observer& observer, double seconds, std::vector<Comparison>& comparisons) {
   const std::uint64_t end =
-      observer.Tick() + static_cast<std::uint64_t>(seconds * static_cast<double>(observer.Frequency()));
+      observer.Tick() +
+      static_cast<std::uint64_t>(seconds * static_cast<double>(observer.Frequency()));
   while (observer.Tick() < end) {
     if (gStopRequested.load()) return false;
     if (const std::optional<Comparison> comparison = observer.Compare())
@@ -154,10 +156,11 @@ int RunPublishReport(const ToolOptions& options) {
                          {"publish", name, "--interval-ms", interval, "--max-slew-ppm", slew,
                           "--jump-ms", jump, "--reference", options.reference, "--quiet"});
   Observer observer(library, name, options.reference);
-  std::printf("%s  measuring \"%s\" against %s: %g s published every %s ms, then %g s of "
-              "holdover after the publisher is killed\n",
-              Timestamp().c_str(), name.c_str(), observer.Reference().Name().c_str(), trackingS,
-              interval, options.holdoverS);
+  std::printf(
+      "%s  measuring \"%s\" against %s: %g s published every %s ms, then %g s of "
+      "holdover after the publisher is killed\n",
+      Timestamp().c_str(), name.c_str(), observer.Reference().Name().c_str(), trackingS, interval,
+      options.holdoverS);
   std::fflush(stdout);
   std::vector<Comparison> tracking;
   const std::uint64_t startTick = observer.Tick();
@@ -180,8 +183,10 @@ int RunPublishReport(const ToolOptions& options) {
   for (const double rate : rates) sum += rate;
   double squares = 0;
   for (const double rate : rates)
-    squares += (rate - sum / static_cast<double>(rates.size())) * (rate - sum / static_cast<double>(rates.size()));
-  measures.rateDeviationPpm = rates.size() > 1 ? std::sqrt(squares / static_cast<double>(rates.size() - 1)) : 0;
+    squares += (rate - sum / static_cast<double>(rates.size())) *
+               (rate - sum / static_cast<double>(rates.size()));
+  measures.rateDeviationPpm =
+      rates.size() > 1 ? std::sqrt(squares / static_cast<double>(rates.size() - 1)) : 0;
   measures.largestStepNs = LargestStep(samples) * 100;
   double offsetSquares = 0;
   double lastSecond = 0;
@@ -193,7 +198,8 @@ int RunPublishReport(const ToolOptions& options) {
       ++lastSecondCount;
     }
   }
-  measures.rmsOffsetNs = tracking.empty() ? 0 : std::sqrt(offsetSquares / static_cast<double>(tracking.size()));
+  measures.rmsOffsetNs =
+      tracking.empty() ? 0 : std::sqrt(offsetSquares / static_cast<double>(tracking.size()));
   // Single comparisons scatter over the 100-ns unit that readers see; the means of whole
   // seconds do not.
   const double before = lastSecondCount > 0 ? lastSecond / static_cast<double>(lastSecondCount) : 0;

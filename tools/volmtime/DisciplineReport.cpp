@@ -19,7 +19,8 @@ std::vector<double> GridRatesPpm(const std::vector<CorrectionSample>& samples,
     double covered = 0;
     for (std::size_t i = segment; i < samples.size() && samples[i].tick < cellEnd; ++i) {
       const std::uint64_t from = std::max(cell, samples[i].tick);
-      const std::uint64_t to = i + 1 < samples.size() ? std::min(cellEnd, samples[i + 1].tick) : cellEnd;
+      const std::uint64_t to =
+          i + 1 < samples.size() ? std::min(cellEnd, samples[i + 1].tick) : cellEnd;
       covered += samples[i].rate * static_cast<double>(to - from);
     }
     rates.push_back(RatePpm(covered / static_cast<double>(cellTicks), nominalRate));
@@ -57,8 +58,10 @@ ReportLine Line(const std::string& measure, const char* format, double value,
 
 std::vector<ReportLine> JudgeDiscipline(const DisciplineMeasures& m) {
   char holdover[96];
-  std::snprintf(holdover, sizeof holdover, "holdover: drift of the offset (1 s means) in the %g s after "
-                "the publisher was killed", m.holdoverS);
+  std::snprintf(holdover, sizeof holdover,
+                "holdover: drift of the offset (1 s means) in the %g s after "
+                "the publisher was killed",
+                m.holdoverS);
   const double intervalError = std::abs(m.meanIntervalMs / m.intervalMs - 1) * 100;
   char interval[48];
   std::snprintf(interval, sizeof interval, "within 0.1 %% of %g ms", m.intervalMs);
@@ -70,8 +73,6 @@ std::vector<ReportLine> JudgeDiscipline(const DisciplineMeasures& m) {
       Line("RMS offset to the reference", "%.1f ns", m.rmsOffsetNs, "at most 100 ns",
            m.rmsOffsetNs <= 100),
       Line(holdover, "%.0f ns", m.holdoverDriftNs, "at most 200 ns", m.holdoverDriftNs <= 200),
-      Line("mean update interval", "%.4f ms", m.meanIntervalMs,
-           interval,
-           intervalError <= 0.1),
+      Line("mean update interval", "%.4f ms", m.meanIntervalMs, interval, intervalError <= 0.1),
   };
 }

@@ -106,8 +106,9 @@ FrequencyEstimator::FrequencyEstimator(double nominalNsPerTick, std::uint64_t wi
 FrequencyEstimator::Fate FrequencyEstimator::Add(const Measurement& measurement) {
   if (line_ && window_.size() >= kPointsToJudgeSteps) {
     const double halfWidthNs = 0.5 * static_cast<double>(measurement.width) * line_->nsPerTick;
-    const double residual = static_cast<double>(Difference(measurement.referenceNs, line_->baseNs)) -
-                            line_->At(measurement.tick) - halfWidthNs;
+    const double residual =
+        static_cast<double>(Difference(measurement.referenceNs, line_->baseNs)) -
+        line_->At(measurement.tick) - halfWidthNs;
     const double limit = std::max(kStepFloorNs, kStepDeviations * noiseNs_) + halfWidthNs;
     if (std::abs(residual) > limit) {
       const bool above = residual > 0;
@@ -198,6 +199,6 @@ void FrequencyEstimator::Fit() {
     fitted = fit();
   }
   newestUsed_ = points.back().used;
-  line_ = ReferenceLine{base.tick,      base.referenceNs,  fitted.offset,
+  line_ = ReferenceLine{base.tick,    base.referenceNs,  fitted.offset,
                         fitted.slope, fitted.slopeError, fitted.used};
 }

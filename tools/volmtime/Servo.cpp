@@ -54,17 +54,16 @@ double FractionOnSegment(const CorrectionSample& segment, std::uint64_t tick) {
 // `toTick`.
 double RateBetween(std::uint64_t fromTick, std::uint64_t fromTime, std::uint64_t toTick,
                    std::uint64_t toTime) {
-  CorrectionSample segment{fromTick, fromTime,
-                           static_cast<double>(toTime - fromTime) /
-                               static_cast<double>(toTick - fromTick)};
+  CorrectionSample segment{
+      fromTick, fromTime,
+      static_cast<double>(toTime - fromTime) / static_cast<double>(toTick - fromTick)};
   // The quotient is off by an ulp or so; a few steps of one ulp bring the product onto the
   // whole unit.
   for (int step = 0; step < 64; ++step) {
     const std::uint64_t reached = TimeOnSegment(segment, toTick);
     if (reached == toTime) break;
-    segment.rate = std::nextafter(segment.rate, reached < toTime
-                                                    ? std::numeric_limits<double>::infinity()
-                                                    : 0.0);
+    segment.rate = std::nextafter(segment.rate,
+                                  reached < toTime ? std::numeric_limits<double>::infinity() : 0.0);
   }
   return segment.rate;
 }
@@ -72,8 +71,8 @@ double RateBetween(std::uint64_t fromTick, std::uint64_t fromTime, std::uint64_t
 }  // namespace
 
 Measurement NarrowestReading(std::span<const Reading> readings) {
-  const auto narrowest = std::min_element(
-      readings.begin(), readings.end(), [](const Reading& a, const Reading& b) {
+  const auto narrowest =
+      std::min_element(readings.begin(), readings.end(), [](const Reading& a, const Reading& b) {
         return a.tickAfter - a.tickBefore < b.tickAfter - b.tickBefore;
       });
   return {narrowest->tickBefore, narrowest->tickAfter - narrowest->tickBefore,
@@ -91,15 +90,16 @@ ServoSettings ServoSettings::For(std::uint64_t counterFrequency, double interval
   settings.intervalTicks = ticks(intervalMs * ticksPerMs);
   settings.maxSlew = maxSlewPpm * 1e-6;
   settings.jumpNs = ticks(jumpMs * 1e6);
-  settings.marginTicks = std::max<std::uint64_t>(1, std::min(ticks(2 * ticksPerMs), settings.intervalTicks / 4));
+  settings.marginTicks =
+      std::max<std::uint64_t>(1, std::min(ticks(2 * ticksPerMs), settings.intervalTicks / 4));
   return settings;
 }
 
 Servo::Servo(const ServoSettings& settings)
     : settings_(settings),
       estimator_(kNsPerSecond / static_cast<double>(settings.counterFrequency),
-                 std::max(static_cast<std::uint64_t>(kWindowSeconds *
-                                                     static_cast<double>(settings.counterFrequency)),
+                 std::max(static_cast<std::uint64_t>(
+                              kWindowSeconds * static_cast<double>(settings.counterFrequency)),
                           kWindowUpdates * settings.intervalTicks)) {}
 
 ServoUpdate Servo::Start(std::span<const Reading> readings,
@@ -195,7 +195,8 @@ ServoUpdate Servo::Update(std::span<const Reading> readings) {
   // The slew: the offset is gone by the holdover sample, at most maxSlew off the estimate.
   const double rate = line.nsPerTick / kNsPerUnit;
   const double offset = static_cast<double>(Difference(start, atJoin.whole)) - atJoin.fraction;
-  const auto needed = static_cast<std::uint64_t>(std::ceil(std::abs(offset) / (settings_.maxSlew * rate)));
+  const auto needed =
+      static_cast<std::uint64_t>(std::ceil(std::abs(offset) / (settings_.maxSlew * rate)));
   std::uint64_t holdoverTick = join + std::max(settings_.intervalTicks / 2, needed);
   PreciseUnits atHoldover = Target(line, holdoverTick);
   // The holdover segment runs on the reference line, not up to a unit below it.
@@ -217,6 +218,7 @@ ServoUpdate Servo::Update(std::span<const Reading> readings) {
   published_.push_back(slewing);
   published_.push_back(holdover);
   if (published_.size() > kSamplesKept)
-    published_.erase(published_.begin(), published_.end() - static_cast<std::ptrdiff_t>(kSamplesKept));
+    published_.erase(published_.begin(),
+                     published_.end() - static_cast<std::ptrdiff_t>(kSamplesKept));
   return update;
 }

@@ -96,9 +96,9 @@ TrackingState Track(const std::vector<CorrectionSample>& samples, std::uint64_t 
     const auto count = static_cast<double>(pairs.size());
     state.rmsOffsetNs = std::sqrt(squares / count);
     if (pairs.size() >= 2) {
-      state.residualFrequencyPpm = state.frequencyPpm - OwnErrorPpm(pairs[1].holdover.rate, nominal);
-      state.skewPpm =
-          std::sqrt(std::max(0.0, (sumOfSquares - sum * sum / count) / (count - 1)));
+      state.residualFrequencyPpm =
+          state.frequencyPpm - OwnErrorPpm(pairs[1].holdover.rate, nominal);
+      state.skewPpm = std::sqrt(std::max(0.0, (sumOfSquares - sum * sum / count) / (count - 1)));
       state.updateIntervalS =
           static_cast<double>(pairs[0].slewing.tick - pairs[1].slewing.tick) / ticksPerSecond;
       std::vector<double> intervals;

@@ -29,18 +29,18 @@ std::vector<std::int64_t> UpdateSteps(const std::vector<CorrectionSample>& sampl
 // rate is the frequency estimate; the offset that the update removes is the difference of the
 // two rates times the slewing span.
 struct TrackingState {
-  std::size_t updates = 0;           // updates (pairs of samples) in the window
-  std::uint64_t updateTime = 0;      // the latest update's time: where its slewing sample starts
-  double lastOffsetNs = 0;           // the latest update's offset: function minus reference
-  double rmsOffsetNs = 0;            // root mean square of the updates' offsets
-  double frequencyPpm = 0;           // the counter's own frequency error (positive: fast)
-  double residualFrequencyPpm = 0;   // the latest estimate against the one before it
-  double skewPpm = 0;                // standard deviation of the estimates in the window
-  double latestRatePpm = 0;          // the latest segment's rate against the nominal rate
-  double updateIntervalS = 0;        // between the last two updates
-  double typicalIntervalS = 0;       // the median interval, which staleness is judged by
-  double lastUpdateAgeS = 0;         // since the latest update
-  bool stale = false;                // no update for four typical intervals (at least 1 s)
+  std::size_t updates = 0;          // updates (pairs of samples) in the window
+  std::uint64_t updateTime = 0;     // the latest update's time: where its slewing sample starts
+  double lastOffsetNs = 0;          // the latest update's offset: function minus reference
+  double rmsOffsetNs = 0;           // root mean square of the updates' offsets
+  double frequencyPpm = 0;          // the counter's own frequency error (positive: fast)
+  double residualFrequencyPpm = 0;  // the latest estimate against the one before it
+  double skewPpm = 0;               // standard deviation of the estimates in the window
+  double latestRatePpm = 0;         // the latest segment's rate against the nominal rate
+  double updateIntervalS = 0;       // between the last two updates
+  double typicalIntervalS = 0;      // the median interval, which staleness is judged by
+  double lastUpdateAgeS = 0;        // since the latest update
+  bool stale = false;               // no update for four typical intervals (at least 1 s)
 };
 
 // `samples` oldest first (at least one); `nowTick` a counter reading taken now.

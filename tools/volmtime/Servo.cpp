@@ -131,7 +131,9 @@ ServoUpdate Servo::Update(std::span<const Reading> readings) {
   ServoUpdate update;
   restarted_ = false;
   const Measurement measurement = NarrowestReading(readings);
-  const std::uint64_t now = measurement.tick + measurement.width;
+  // The counter's latest reading: new samples start ahead of it, whichever reading was kept.
+  std::uint64_t now = 0;
+  for (const Reading& reading : readings) now = std::max(now, reading.tickAfter);
   if (lastTick_ != 0 && now <= lastTick_) {
     update.event = ServoUpdate::Event::kCounterStill;
     return update;
@@ -149,7 +151,12 @@ ServoUpdate Servo::Update(std::span<const Reading> readings) {
     anchor = Anchor::kReference;
   } else {
     update.readingOffsetNs = Difference(*published * 100, measurement.referenceNs);
-    const auto jump = static_cast<std::int64_t>(settings_.jumpNs);
+    // A reading as wide as the jump limit (the thread lost the processor that long) could
+    // be that far off by itself: it is no jump.
+    const auto jump = static_cast<std::int64_t>(
+        static_cast<double>(settings_.jumpNs) +
+        static_cast<double>(measurement.width) * kNsPerSecond /
+            static_cast<double>(settings_.counterFrequency));
     if (update.readingOffsetNs > jump) {
       // The reference stepped back: readers' time cannot follow while the function goes on.
       update.event = ServoUpdate::Event::kJumpBack;
@@ -169,7 +176,11 @@ ServoUpdate Servo::Update(std::span<const Reading> readings) {
   update.frequencyPpm = (kNsPerSecond / line.nsPerTick / frequency - 1) * 1e6;
   update.skewPpm = line.slopeError / line.nsPerTick * 1e6;
 
-  std::uint64_t join = now + settings_.marginTicks;
+  // A function that continues starts its new segment ahead of the counter; one that starts
+  // afresh is new to every reader and starts where the reading was taken, so that it is
+  // defined at the counter as soon as it is published.
+  const bool afresh = anchor == Anchor::kStartOver || published_.empty();
+  std::uint64_t join = afresh ? measurement.tick : now + settings_.marginTicks;
   std::uint64_t start = 0;
   if (anchor == Anchor::kJoin) {
     const CorrectionSample& last = published_.back();
@@ -209,7 +220,7 @@ ServoUpdate Servo::Update(std::span<const Reading> readings) {
   update.action =
       anchor == Anchor::kStartOver ? ServoUpdate::Action::kStartOver : ServoUpdate::Action::kAppend;
   update.samples = {slewing, holdover};
-  update.joinTick = join;
+  update.joinTick = afresh ? 0 : join;
   update.offsetNs = offset * kNsPerUnit;
   if (anchor == Anchor::kStartOver) {
     restarted_ = true;

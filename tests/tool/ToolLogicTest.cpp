@@ -89,10 +89,12 @@ TEST(UpdateSchedule, KeepsItsDeadlinesWhateverTheLateness) {
 }
 
 TEST(DisciplineMeasures, GridRatesStepsAndIntervalsOfPublishedSamples) {
-  // Two updates 1000 ticks apart at 0.01 units per tick: slewing +1 % for 400 ticks, then
-  // holdover; the last sample steps 2 units above where its segment arrives.
-  const std::vector<CorrectionSample> samples = {
-      {10'000, 100, 0.0101}, {10'400, 104, 0.01}, {11'000, 110, 0.0101}, {11'400, 116, 0.01}};
+  // Updates 1000 ticks apart (the first, which starts its function, 900 before the second)
+  // at 0.01 units per tick: slewing +1 % for 400 ticks, then holdover; the last sample steps
+  // 2 units above where its segment arrives.
+  const std::vector<CorrectionSample> samples = {{9'100, 91, 0.01},     {9'500, 95, 0.01},
+                                                 {10'000, 100, 0.0101}, {10'400, 104, 0.01},
+                                                 {11'000, 110, 0.0101}, {11'400, 116, 0.01}};
   EXPECT_EQ(LargestStep(samples), 2);
   EXPECT_DOUBLE_EQ(MeanUpdateInterval(samples), 1'000);
   const std::vector<double> rates = GridRatesPpm(samples, 10'000, 12'000, 500, 0.01);

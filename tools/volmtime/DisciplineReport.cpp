@@ -36,10 +36,12 @@ std::int64_t LargestStep(const std::vector<CorrectionSample>& samples) {
 }
 
 double MeanUpdateInterval(const std::vector<CorrectionSample>& samples) {
-  if (samples.size() < 4) return 0;
-  // Slewing samples sit at the even distances from the end, counting the latest as 1.
+  if (samples.size() < 6) return 0;
+  // Slewing samples sit at the even distances from the end, counting the latest as 1. The
+  // oldest update is left out: a function's first segment starts at its first reading, not
+  // ahead of the counter as those of later updates do.
   const std::size_t newest = samples.size() - 2;
-  const std::size_t oldest = newest % 2;
+  const std::size_t oldest = newest % 2 + 2;
   const std::size_t intervals = (newest - oldest) / 2;
   return static_cast<double>(samples[newest].tick - samples[oldest].tick) /
          static_cast<double>(intervals);

@@ -24,7 +24,7 @@ std::vector<double> GridRatesPpm(const std::vector<CorrectionSample>& samples,
 std::int64_t LargestStep(const std::vector<CorrectionSample>& samples);
 
 // The mean distance of the updates' slewing samples (every other sample, counted back from
-// the latest) in ticks; 0 with fewer than two updates.
+// the latest) in ticks, from the second update on; 0 with fewer than three updates.
 double MeanUpdateInterval(const std::vector<CorrectionSample>& samples);
 
 struct ReportLine {

@@ -32,7 +32,7 @@ class Load {
  public:
   explicit Load(std::int64_t processes) {
     for (std::int64_t i = 0; i < processes; ++i) {
-      busy_.push_back(std::make_unique<ChildProcess>(ProgramDirectory() + "/volm_benchmarks",
+      busy_.push_back(std::make_unique<ChildProcess>(SiblingProgram("volm_benchmarks"),
                                                      std::vector<std::string>{kBusyArgument}));
     }
     // Let the scheduler see them as the hogs they are before anything is measured.

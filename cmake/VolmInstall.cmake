@@ -58,3 +58,5 @@ if(TARGET volmtime_python)
     file(INSTALL \"$<TARGET_FILE:volmtime_python>\" \"${PROJECT_SOURCE_DIR}/python/volmtime.pyi\"
          DESTINATION \"\${volm_python_dir}\")")
 endif()
+
+include(${PROJECT_SOURCE_DIR}/cmake/VolmManPages.cmake)

@@ -1,33 +1,24 @@
 # SPDX-License-Identifier: MIT
-# Packages built by CPack from the install rules: a Debian package on Linux, a zip on Windows.
-#   cpack --preset linux     build/linux/volmtime_0.2.0_amd64.deb
-#   cpack --preset windows   build/windows/VolmTime-0.2.0-win64.zip
+# The Windows zip, made by CPack from the install rules:
+#   cpack --preset windows   build/windows/VolmTime-0.3.0-win64.zip
+# Its programs and the DLL are stripped; their debug information is kept apart in
+# build/windows/debug/VolmTime-0.3.0-win64-debug, one FILE.debug per binary, each binary
+# naming its file by a debug link. Debian packages come from debian/ (scripts/package.sh).
+if(NOT WIN32)
+  return()
+endif()
 set(CPACK_PACKAGE_NAME VolmTime)
 set(CPACK_PACKAGE_VENDOR VolmTime)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
-set(CPACK_PACKAGE_CONTACT "VolmTime developers <volmtime@example.invalid>")
-set(CPACK_RESOURCE_FILE_README ${PROJECT_SOURCE_DIR}/README.md)
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_VERBATIM_VARIABLES ON)
-if(WIN32)
-  set(CPACK_GENERATOR ZIP)
-  set(CPACK_SYSTEM_NAME win64)
-  set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY ON)
-else()
-  set(CPACK_GENERATOR DEB)
-  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_DEBIAN_PACKAGE_NAME volmtime)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-  set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-      "The shared library, its headers, CMake and pkg-config files, the volmtime tool and the volmtime Python module.")
-  if(TARGET volmtime_python)
-    # The module is built for one Python version.
-    math(EXPR volm_python_next_minor "${Python3_VERSION_MINOR} + 1")
-    set(CPACK_DEBIAN_PACKAGE_SUGGESTS
-        "python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}~), python3 (<< ${Python3_VERSION_MAJOR}.${volm_python_next_minor})")
-  endif()
-  # Dependencies from the binaries' own needs; shlibs and the ldconfig trigger for the library.
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-endif()
+set(CPACK_GENERATOR ZIP)
+set(CPACK_SYSTEM_NAME win64)
+set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/VolmSplitDebug.cmake)
+set(CPACK_VOLM_OBJCOPY ${CMAKE_OBJCOPY})
+set(CPACK_VOLM_DEBUG_DIR ${PROJECT_BINARY_DIR}/debug/VolmTime-${PROJECT_VERSION}-win64-debug)
 include(CPack)
+
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: MIT
 """VolmTime's time base: clocks, shared correction functions and timers.
 
+Arguments of the wrong type raise TypeError; values beyond what a parameter's type holds
+OverflowError, other values it does not take ValueError, each naming the parameter.
+
 Times are ints in 100-ns units: since 1601-01-01 UTC for the system clock and the named
 clocks that `volmtime publish` feeds, since the factory's start for the relative clock.
 Every object gives its references back on close(), at the end of a `with` block, when it is
@@ -12,6 +15,7 @@ from types import TracebackType
 from typing import Optional, Protocol, Sequence, TypeVar, Union
 
 UNITS_PER_SECOND: int
+__version__: str
 
 _Self = TypeVar("_Self")
 
@@ -49,7 +53,7 @@ class Timer(_Closable):
     def set_absolute(self, time: int) -> None:
         """Fires once when the clock reaches `time` (100-ns units of the clock)."""
     def set_periodic(self, seconds: Optional[float] = None, *, units: Optional[int] = None) -> None:
-        """Fires every period, the first time after one period."""
+        """Fires every period, the first time after one period; ValueError for a period of 0."""
     def wait(self, timeout: Optional[float] = None) -> bool:
         """Waits for a firing, at most `timeout` seconds (None: no limit).
 
@@ -77,11 +81,23 @@ class Clock(_Closable):
     def is_system_time(self) -> bool:
         """True when the clock reads the platform's system time."""
     def datetime(self) -> _datetime.datetime:
-        """The time as an aware UTC datetime; ValueError for the relative clock."""
+        """The time as an aware UTC datetime, to the microsecond (a datetime holds no finer).
+
+        ValueError for the relative clock.
+        """
+    def unix_time_ns(self) -> int:
+        """The time in nanoseconds since 1970-01-01 UTC, exact (a multiple of 100).
+
+        ValueError for the relative clock.
+        """
     def sleep(self, seconds: Optional[float] = None, *, units: Optional[int] = None) -> None:
         """Sleeps for a duration on this clock; Ctrl-C ends it."""
     def create_timer(self) -> Timer:
-        """A new timer on this clock's time axis."""
+        """A new timer on this clock's time axis.
+
+        VolmError with the library's text when the system gave the timer no handle (for
+        example when the process has no descriptors left).
+        """
 
 class Counter(_Closable):
     """The high-resolution tick counter that the clocks read."""
@@ -148,7 +164,8 @@ class TimeBase(_Closable):
 def open(library: Optional[str] = None) -> TimeBase:
     """Loads the library and opens its time factory.
 
-    The library is the file given, else $VOLMTIME_LIBRARY, else the installed one beside the
-    module's install folder, the build tree's, or libVolmTime.so.0 by the system's search.
+    The library is the file given, else $VOLMTIME_LIBRARY, else the copy a wheel installs in
+    volmtime.libs beside the module, the installed one seen from the module's install folder,
+    the build tree's, or libVolmTime.so.0 by the system's search.
     OSError names every file tried when none loads.
     """

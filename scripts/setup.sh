@@ -8,7 +8,9 @@ packages=(
   cmake ninja-build g++ python3 pkg-config dpkg-dev
   libboost-dev libgtest-dev libgmock-dev googletest libbenchmark-dev libabsl-dev
   libcli11-dev nlohmann-json3-dev libxml2-utils
-  pybind11-dev python3-dev python3-pytest
+  pybind11-dev python3-dev python3-pytest python3-mypy
+  python3-venv python3-pip python3-setuptools python3-wheel
+  debhelper dh-python help2man lintian file
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libfuzzer-14-dev libclang-rt-14-dev
 )

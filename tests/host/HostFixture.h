@@ -6,14 +6,15 @@
 
 #include <VolmTime/VolmTime.h>
 
-#include "tools/common/DynamicLibrary.h"
 #include "tools/common/HostTimeBase.h"
+#include "tools/common/LoadedLibrary.h"
 #include "tools/common/Ref.h"
 
 #include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
+#include <vector>
 
 using Wide = std::basic_string<VolmWideChar>;
 
@@ -25,15 +26,18 @@ inline Wide WideOf(const std::string& ascii) { return Wide(ascii.begin(), ascii.
 class HostTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(library_.IsLoaded()) << library_.Error();
-    canDllUnload_ = library_.Get<VolmCanDllUnloadFunction>(kVolmCanDllUnloadName);
-    ASSERT_NE(canDllUnload_, nullptr);
+    try {
+      library_.emplace(std::vector<LibraryCandidate>{{VOLM_LIBRARY_FILE}});
+      canDllUnload_ = library_->Get<VolmCanDllUnloadFunction>(kVolmCanDllUnloadName);
+    } catch (const LibraryLoadError& failure) {
+      FAIL() << failure.what();
+    }
     ASSERT_EQ(canDllUnload_(), 1) << "a previous test left objects alive";
   }
   ~HostTest() override {
     EXPECT_TRUE(canDllUnload_ == nullptr || canDllUnload_() == 1) << "objects left alive";
   }
-  DynamicLibrary library_{VOLM_LIBRARY_FILE};
+  std::optional<LoadedLibrary> library_;
   VolmCanDllUnloadFunction canDllUnload_ = nullptr;
 };
 

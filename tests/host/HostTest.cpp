@@ -12,9 +12,9 @@ constexpr std::uint64_t kUnitsPerMs = 10'000;
 // CreateInstance lends the one factory without a reference (which class ids it refuses is the
 // module's own test), and whatever a host holds keeps the module busy.
 TEST_F(HostTest, EntryPointsLendOneFactoryAndTellWhenTheModuleIsIdle) {
-  const auto createInstance = library_.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
-  const auto attach = library_.Get<VolmAttachFunction>(kVolmAttachName);
-  const auto detach = library_.Get<VolmDetachFunction>(kVolmDetachName);
+  const auto createInstance = library_->Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
+  const auto attach = library_->Get<VolmAttachFunction>(kVolmAttachName);
+  const auto detach = library_->Get<VolmDetachFunction>(kVolmDetachName);
   ASSERT_TRUE(createInstance && attach && detach);
   attach();
   EXPECT_EQ(canDllUnload_(), 1);

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # Installs a build into a temporary prefix (a Windows build: unpacks its zip package there)
 # and builds the examples against it as a project outside the tree does: find_package with
-# both targets and, for a native build, pkg-config. Runs what it built and the installed
-# volmtime.
+# both targets at the compiler's default language standard and, for a native build,
+# pkg-config. Runs what it built and the installed volmtime.
 # usage: consume-installed.sh SOURCE_DIR BUILD_DIR VERSION [TOOLCHAIN_FILE BOOST_INCLUDE_DIR RUNNER]
 set -euo pipefail
 source_dir=$1
@@ -24,10 +24,16 @@ else
   mkdir "$prefix"
   (cd "$prefix" && cmake -E tar xf "$work/package/VolmTime-$version-win64.zip")
   prefix=$prefix/VolmTime-$version-win64
+  # Shipped stripped: the debug information is kept apart.
+  for binary in "$prefix"/bin/*.exe "$prefix"/bin/*.dll; do
+    if x86_64-w64-mingw32-objdump -h "$binary" | grep -q '\.debug_info'; then
+      echo "$(basename "$binary") in the zip is not stripped"
+      exit 1
+    fi
+  done
 fi
 
-configure=(cmake -S "$source_dir/examples" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release
-           -DCMAKE_PREFIX_PATH="$prefix")
+configure=(-G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix")
 suffix=
 if [ -n "$toolchain" ]; then
   # A cross build searches packages only below its target root; point it at the package.
@@ -36,21 +42,39 @@ if [ -n "$toolchain" ]; then
               -DBoost_INCLUDE_DIR="$boost_include")
   suffix=.exe
 fi
-"${configure[@]}" >"$work/configure.log" 2>&1 || { cat "$work/configure.log"; exit 1; }
-cmake --build "$work/build" -j 2 >"$work/build.log" 2>&1 || { cat "$work/build.log"; exit 1; }
+# Every installed header, through the target that hosts use, in a project that sets no
+# language standard.
+mkdir "$work/headers"
+cat >"$work/headers/CMakeLists.txt" <<EOF
+cmake_minimum_required(VERSION 3.25)
+project(VolmTimeHeaders LANGUAGES CXX)
+find_package(VolmTime ${version%.*} REQUIRED)
+add_library(all_headers OBJECT all_headers.cpp)
+target_link_libraries(all_headers PRIVATE VolmTime::Headers)
+EOF
+for header in "$prefix"/include/VolmTime/*.h; do
+  echo "#include <VolmTime/$(basename "$header")>"
+done >"$work/headers/all_headers.cpp"
+for project in examples headers; do
+  source=$source_dir/examples
+  [ "$project" = examples ] || source=$work/headers
+  cmake -S "$source" -B "$work/build-$project" "${configure[@]}" >"$work/configure.log" 2>&1 ||
+    { cat "$work/configure.log"; exit 1; }
+  cmake --build "$work/build-$project" -j 2 >"$work/build.log" 2>&1 || { cat "$work/build.log"; exit 1; }
+done
 
 run() {
   echo "--- $(basename "$1") ${*:2}"
   $runner "$@" | tee "$work/output"
 }
-run "$work/build/read_clock$suffix"
+run "$work/build-examples/read_clock$suffix"
 if [ -z "$toolchain" ]; then
   # Nothing beside the program: the library must come from the installed package.
   grep -q "^library *$prefix/" "$work/output" || { echo "not loaded from $prefix"; exit 1; }
 fi
-run "$work/build/read_named_clock$suffix"
-run "$work/build/timer_and_host_event$suffix"
-run "$work/build/linked_clock$suffix"
+run "$work/build-examples/read_named_clock$suffix"
+run "$work/build-examples/timer_and_host_event$suffix"
+run "$work/build-examples/linked_clock$suffix"
 run "$prefix/bin/volmtime$suffix" now
 
 if [ -z "$toolchain" ]; then

@@ -56,9 +56,14 @@ def test_clocks_and_counter_read_the_library(base):
         before = datetime.now(timezone.utc)
         reading = system.datetime()
         assert before - timedelta(microseconds=1) <= reading <= datetime.now(timezone.utc)
+        # The exact reading: 100-ns units as nanoseconds since 1970.
+        before = time.time_ns() // 100 * 100
+        reading = system.unix_time_ns()
+        assert before <= reading <= time.time_ns() + 100 and reading % 100 == 0
         assert relative.try_time() >= 0
-        with pytest.raises(ValueError):
-            relative.datetime()
+        for calendar in (relative.datetime, relative.unix_time_ns):
+            with pytest.raises(ValueError, match="relative clock"):
+                calendar()
     with base.counter() as counter:
         assert counter.frequency > 0 and counter.name and base.counter_available()
         assert counter.tick() < counter.tick()
@@ -70,10 +75,36 @@ def test_sleep_lasts_at_least_its_duration_in_seconds_or_units(base):
             start = clock.time()
             clock.sleep(seconds, units=units)
             assert clock.time() - start >= (units or seconds * SECOND)
-        with pytest.raises(TypeError):
-            clock.sleep(1, units=1)
-        with pytest.raises(ValueError):
-            clock.sleep(-1)
+
+
+# Each call with the exception it raises and a word of its message, which names the argument.
+BAD_ARGUMENTS = [
+    (lambda c, t, b: c.sleep("1"), TypeError, "seconds must be a number, not str"),
+    (lambda c, t, b: c.sleep(True), TypeError, "seconds must be a number, not bool"),
+    (lambda c, t, b: c.sleep(1, units=1), TypeError, "not both"),
+    (lambda c, t, b: c.sleep(-1), ValueError, "seconds cannot be negative"),
+    (lambda c, t, b: c.sleep(float("nan")), ValueError, "seconds must be a number, not nan"),
+    (lambda c, t, b: c.sleep(2e12), OverflowError, "seconds must be less than 2\\*\\*64"),
+    (lambda c, t, b: c.sleep(units=2**70), OverflowError, "units must be from 0 to 2\\*\\*64"),
+    (lambda c, t, b: c.sleep(units=1.5), TypeError, "units must be an int, not float"),
+    (lambda c, t, b: c.sleep(units=-1), ValueError, "units cannot be negative"),
+    (lambda c, t, b: t.set_periodic(0), ValueError, "period must be more than 0: seconds=0"),
+    (lambda c, t, b: t.set_periodic(units=0), ValueError, "period must be more than 0: units=0"),
+    (lambda c, t, b: t.set_absolute(-1), OverflowError, "time must be from 0 to 2\\*\\*64 - 1"),
+    (lambda c, t, b: t.wait(float("nan")), ValueError, "timeout must be a number of seconds or None, not nan"),
+    (lambda c, t, b: t.wait(float("inf")), OverflowError, "timeout must be at most"),
+    (lambda c, t, b: b.wait_for_events(["x"]), TypeError, "handles\\[0\\] must be an int descriptor or have fileno\\(\\), not str"),
+    (lambda c, t, b: b.wait_for_events([t, 2**40]), OverflowError, "handles\\[1\\] is not a descriptor"),
+    (lambda c, t, b: b.wait_for_events(5), TypeError, "handles must be a sequence"),
+    (lambda c, t, b: b.create_local_correction().tick_to_time(1.0), TypeError, "tick must be an int"),
+]
+
+
+@pytest.mark.parametrize("call, error, message", BAD_ARGUMENTS)
+def test_bad_arguments_raise_python_errors_that_name_them(base, call, error, message):
+    with base.relative_clock() as clock, clock.create_timer() as timer:
+        with pytest.raises(error, match=message):
+            call(clock, timer, base)
 
 
 def test_local_correction_maps_ticks_and_edits_samples(base):
@@ -180,6 +211,52 @@ def test_ctrl_c_ends_waits_and_sleeps():
         assert child.wait(30) == 0
     finally:
         child.kill()
+
+
+@pytest.mark.skipif("san" in os.environ.get("LD_PRELOAD", ""),
+                    reason="a sanitizer checks memory through a pipe, which needs descriptors")
+def test_a_timer_without_descriptors_is_refused_with_the_library_text():
+    # Run in a child interpreter: it takes every descriptor its limit allows.
+    source = ("import os, resource, volmtime\n"
+              "base = volmtime.open()\n"
+              "clock = base.relative_clock()\n"
+              "highest = max(int(fd) for fd in os.listdir('/proc/self/fd'))\n"
+              "soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)\n"
+              "resource.setrlimit(resource.RLIMIT_NOFILE, (highest + 1, hard))\n"
+              "held = []\n"
+              "while True:\n"
+              "    try:\n"
+              "        held.append(os.open(os.devnull, os.O_RDONLY))\n"
+              "    except OSError:\n"
+              "        break\n"
+              "try:\n"
+              "    clock.create_timer()\n"
+              "    print('made')\n"
+              "except volmtime.VolmError as error:\n"
+              "    print(error.operation, '|', error.text)\n"
+              "for fd in held:\n"
+              "    os.close(fd)\n"
+              "resource.setrlimit(resource.RLIMIT_NOFILE, (soft, hard))\n"
+              "with clock.create_timer() as timer:\n"
+              "    timer.set_relative(units=1)\n"
+              "    print(timer.wait(5))\n")
+    child = subprocess.run([sys.executable, "-c", source], capture_output=True, text=True,
+                           timeout=60, check=True)
+    refused, fired = child.stdout.splitlines()
+    assert refused.startswith("CreateTimer | ") and "CreateWaitableTimer failed!" in refused
+    assert fired == "True"
+
+
+def test_stubs_match_the_module():
+    # mypy's stubtest compares volmtime.pyi with the module it imports. The allowlist holds
+    # what pybind11 gives every class (its metaclass, an __init__ taking anything).
+    folder = os.path.dirname(volmtime.__file__)
+    allowlist = os.path.join(os.path.dirname(__file__), "stubtest-allowlist.txt")
+    stubtest = subprocess.run([sys.executable, "-m", "mypy.stubtest", "volmtime",
+                               "--allowlist", allowlist],
+                              capture_output=True, text=True, timeout=300,
+                              env=dict(os.environ, MYPYPATH=folder))
+    assert stubtest.returncode == 0, stubtest.stdout + stubtest.stderr
 
 
 @pytest.mark.skipif(not TOOL, reason="VOLMTIME_TOOL names the volmtime tool (set by ctest)")

@@ -5,14 +5,13 @@
 
 #include <cstdio>
 
-HostTimeBase::HostTimeBase(const std::string& libraryFile) : library_(libraryFile) {
-  if (!library_.IsLoaded()) {
-    error_ = "cannot load " + libraryFile + ": " + library_.Error();
-    return;
-  }
-  auto createInstance = library_.Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
-  if (createInstance == nullptr) {
-    error_ = libraryFile + " has no " + kVolmCreateInstanceName;
+HostTimeBase::HostTimeBase(const std::vector<LibraryCandidate>& candidates) {
+  VolmCreateInstanceFunction createInstance = nullptr;
+  try {
+    library_.emplace(candidates);
+    createInstance = library_->Get<VolmCreateInstanceFunction>(kVolmCreateInstanceName);
+  } catch (const LibraryLoadError& failure) {
+    error_ = failure.what();
     return;
   }
   void* object = nullptr;

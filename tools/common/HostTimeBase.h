@@ -1,20 +1,24 @@
 // SPDX-License-Identifier: MIT
-// How a host starts: load the library by file name, ask CreateInstance for the time factory
-// and hold the host's first reference to it. Shared by the tool, the benchmarks and the test
-// hosts so that the sequence, and its error texts, exist once.
+// How a host starts: load the library, ask CreateInstance for the time factory and hold the
+// host's first reference to it. Shared by the tool, the benchmarks and the test hosts so that
+// the sequence, and its error texts, exist once.
 #ifndef TOOLS_COMMON_HOSTTIMEBASE_H
 #define TOOLS_COMMON_HOSTTIMEBASE_H
 
 #include <VolmTime/VolmTime.h>
 
-#include "tools/common/DynamicLibrary.h"
+#include "tools/common/LoadedLibrary.h"
 
+#include <optional>
 #include <string>
+#include <vector>
 
 class HostTimeBase {
  public:
   // Never throws: IsReady() tells whether the factory was obtained and Error() why not.
-  explicit HostTimeBase(const std::string& libraryFile);
+  explicit HostTimeBase(const std::vector<LibraryCandidate>& candidates);
+  explicit HostTimeBase(const std::string& libraryFile)
+      : HostTimeBase(std::vector<LibraryCandidate>{{libraryFile}}) {}
   HostTimeBase(const HostTimeBase&) = delete;
   HostTimeBase& operator=(const HostTimeBase&) = delete;
   // Releases the factory before the library is unloaded.
@@ -24,10 +28,9 @@ class HostTimeBase {
   [[nodiscard]] const std::string& Error() const noexcept { return error_; }
   // The factory, valid while this object lives; null when not ready.
   [[nodiscard]] IVolmTimeFactory* Factory() const noexcept { return factory_; }
-  [[nodiscard]] const DynamicLibrary& Library() const noexcept { return library_; }
 
  private:
-  DynamicLibrary library_;
+  std::optional<LoadedLibrary> library_;
   IVolmTimeFactory* factory_ = nullptr;
   std::string error_;
 };

@@ -63,7 +63,8 @@ Lateness SleepLateness(const std::function<void(std::chrono::milliseconds)>& sle
 
 }  // namespace
 
-int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
+int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath,
+                    const std::string& why) {
   Library library;
   IVolmTimeFactory* factory = library.Factory();
   Ref<IClock> relative;
@@ -211,9 +212,8 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath) {
        kCalls / 10},
   };
   BenchConditions conditions = MeasuredConditions();
-  std::printf(
-      "built-in benchmarks (no Google Benchmark in this build), %d repetitions; baseline %s\n",
-      repetitions, kRawCounterName);
+  std::printf("built-in benchmarks (%s), %d repetitions; baseline %s\n", why.c_str(), repetitions,
+              kRawCounterName);
   PrintConditions(conditions);
   nlohmann::ordered_json results = {
       {"context",

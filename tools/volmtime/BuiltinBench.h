@@ -7,7 +7,8 @@
 
 // Prints the tables; `rounds` sleeps and timer periods per lateness measurement, each
 // reading measured `repetitions` times. Writes the results as JSON to `jsonPath` unless it
-// is empty.
-int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath);
+// is empty. `why` says, in the heading, why the tool measures rather than Google Benchmark.
+int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath,
+                    const std::string& why);
 
 #endif  // TOOLS_VOLMTIME_BUILTINBENCH_H

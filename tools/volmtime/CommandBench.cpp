@@ -141,8 +141,15 @@ std::string Ratio(double value, double baseline) {
 
 int RunBench(const ToolOptions& options) {
   // Google Benchmark's program is built on Linux only; elsewhere the tool measures itself.
-  if (options.builtin || !std::ifstream(SiblingProgram("volm_benchmarks")))
-    return RunBuiltinBench(options.rounds, options.repetitions, options.benchJson);
+  if (options.builtin) {
+    return RunBuiltinBench(options.rounds, options.repetitions, options.benchJson,
+                           "--builtin: the tool's own loops instead of Google Benchmark");
+  }
+  if (!std::ifstream(SiblingProgram("volm_benchmarks"))) {
+    return RunBuiltinBench(options.rounds, options.repetitions, options.benchJson,
+                           "the tool's own loops: Google Benchmark's volm_benchmarks is not "
+                           "beside the tool");
+  }
   const std::string json = options.benchJson.empty() ? "volmtime-bench.json" : options.benchJson;
   std::printf("running volm_benchmarks, %d repetitions of each measurement (a few minutes)\n",
               options.repetitions);

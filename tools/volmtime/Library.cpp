@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Library.h"
 
-#include "tools/common/ChildProcess.h"
-
 #include <cstdio>
 #include <filesystem>
+#include <vector>
 
 WideName Widen(const std::string& text) {
   WideName wide;
@@ -15,28 +14,18 @@ WideName Widen(const std::string& text) {
 
 namespace {
 
-#if defined(_WIN32)
-constexpr char kSeparator = '\\';
-#else
-constexpr char kSeparator = '/';
-#endif
-
-// Beside the tool, as in the build tree and on Windows; otherwise in the library folder of
-// the installed layout.
-std::string LibraryPath() {
-  const std::string beside = ProgramDirectory() + kSeparator + kVolmLibraryFileName;
-  const std::string installed = ProgramDirectory() + kSeparator + VOLMTIME_INSTALLED_LIBRARY_DIR +
-                                kSeparator + kVolmLibraryFileName;
-  std::error_code ignored;
-  if (std::filesystem::exists(beside, ignored) || !std::filesystem::exists(installed, ignored))
-    return beside;
-  return installed;
+// Beside the tool, as in the build tree and on Windows; then in the library folder of the
+// installed layout, by the name the runtime package installs (the SONAME).
+std::vector<LibraryCandidate> LibraryCandidates() {
+  const std::filesystem::path folder = ProgramFolder();
+  return {{folder / kVolmLibraryFileName},
+          {(folder / VOLMTIME_INSTALLED_LIBRARY_DIR / VOLMTIME_INSTALLED_LIBRARY_NAME)
+               .lexically_normal()}};
 }
-
 
 }  // namespace
 
-Library::Library() : base_(LibraryPath()) {
+Library::Library() : base_(LibraryCandidates()) {
   if (!base_.IsReady()) throw LibraryError(base_.Error());
   Check(Factory()->QueryInterface(IID_IVolmTimeFactoryAdvanced, advanced_.OutVoid()), Factory(),
         "asking the factory for its advanced interface");

@@ -12,6 +12,10 @@
 
 extern char** environ;
 
+struct ChildProcess::Running {
+  pid_t pid;
+};
+
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) {
   std::vector<std::string> all{program};
   all.insert(all.end(), arguments.begin(), arguments.end());
@@ -21,7 +25,7 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
   pid_t pid = 0;
   const int error = ::posix_spawn(&pid, program.c_str(), nullptr, nullptr, argv.data(), environ);
   if (error != 0) throw std::runtime_error("cannot start " + program);
-  process_ = pid;
+  running_ = std::make_unique<Running>(Running{pid});
 }
 
 ChildProcess::~ChildProcess() {
@@ -36,8 +40,8 @@ std::optional<int> ChildProcess::Wait(std::uint32_t timeoutMs) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
   for (;;) {
     int status = 0;
-    const pid_t ended = ::waitpid(static_cast<pid_t>(process_), &status, WNOHANG);
-    if (ended == static_cast<pid_t>(process_)) {
+    const pid_t ended = ::waitpid(running_->pid, &status, WNOHANG);
+    if (ended == running_->pid) {
       exitCode_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
       return exitCode_;
     }
@@ -47,15 +51,5 @@ std::optional<int> ChildProcess::Wait(std::uint32_t timeoutMs) {
 }
 
 void ChildProcess::Kill() {
-  if (!exitCode_) ::kill(static_cast<pid_t>(process_), SIGKILL);
+  if (!exitCode_) ::kill(running_->pid, SIGKILL);
 }
-
-std::string ProgramDirectory() {
-  char path[4096];
-  const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path - 1);
-  if (length <= 0) return ".";
-  std::string program(path, static_cast<std::size_t>(length));
-  return program.substr(0, program.find_last_of('/'));
-}
-
-std::string SiblingProgram(const std::string& name) { return ProgramDirectory() + "/" + name; }

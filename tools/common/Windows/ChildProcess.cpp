@@ -21,6 +21,10 @@ std::wstring Quoted(const std::string& argument) {
 
 }  // namespace
 
+struct ChildProcess::Running {
+  HANDLE process = nullptr;
+};
+
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments) {
   std::wstring commandLine = Quoted(program);
   for (const std::string& argument : arguments) commandLine += L" " + Quoted(argument);
@@ -33,7 +37,7 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
                              std::to_string(::GetLastError()));
   }
   ::CloseHandle(started.hThread);
-  process_ = reinterpret_cast<std::intptr_t>(started.hProcess);
+  running_ = std::make_unique<Running>(Running{started.hProcess});
 }
 
 ChildProcess::~ChildProcess() {
@@ -41,12 +45,12 @@ ChildProcess::~ChildProcess() {
     Kill();
     Wait(5'000);
   }
-  ::CloseHandle(reinterpret_cast<HANDLE>(process_));
+  ::CloseHandle(running_->process);
 }
 
 std::optional<int> ChildProcess::Wait(std::uint32_t timeoutMs) {
   if (exitCode_) return exitCode_;
-  const HANDLE process = reinterpret_cast<HANDLE>(process_);
+  const HANDLE process = running_->process;
   if (::WaitForSingleObject(process, timeoutMs) != WAIT_OBJECT_0) return std::nullopt;
   DWORD code = 0;
   ::GetExitCodeProcess(process, &code);
@@ -55,16 +59,5 @@ std::optional<int> ChildProcess::Wait(std::uint32_t timeoutMs) {
 }
 
 void ChildProcess::Kill() {
-  if (!exitCode_) ::TerminateProcess(reinterpret_cast<HANDLE>(process_), 137);
-}
-
-std::string ProgramDirectory() {
-  char path[MAX_PATH];
-  const DWORD length = ::GetModuleFileNameA(nullptr, path, MAX_PATH);
-  std::string program(path, length);
-  return program.substr(0, program.find_last_of("\\/"));
-}
-
-std::string SiblingProgram(const std::string& name) {
-  return ProgramDirectory() + "\\" + name + ".exe";
+  if (!exitCode_) ::TerminateProcess(running_->process, 137);
 }

@@ -112,7 +112,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ToolOptio
 
   CLI::App* publish =
       AddNameCommand(app, "publish",
-                     "discipline the shared correction function NAME to the system clock", options);
+                     "discipline the shared correction function NAME to a reference clock", options);
   publish->add_option("--interval-ms", options.intervalMs, "time between updates")
       ->check(Between(1.0, 3'600'000.0))
       ->capture_default_str();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
-#include "Discipline.h"
 #include "Library.h"
+#include "Segments.h"
 #include "TimeFormat.h"
 
 #include "tools/common/ChildProcess.h"

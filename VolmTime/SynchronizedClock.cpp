@@ -46,7 +46,7 @@ SynchronizedClock::SynchronizedClock(IHighResolutionCounter2* counter,
   piecewise_ =
       dynamic_cast<const Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>*>(
           coreFunction_);
-  if (piecewise_ != nullptr) fastPath_ = FastPath::kLatestSegment;
+  if (piecewise_ != nullptr) fastPath_ = FastPath::kLastSegments;
 }
 
 SynchronizedClock::~SynchronizedClock() {
@@ -64,7 +64,7 @@ VolmResult SynchronizedClock::ReadTime(std::uint64_t* time) noexcept {
       *time = linear_->TickToTime(tick);
       return VOLM_S_OK;
     }
-    if (piecewise_->TickToTimeInLatestSegment(tick, *time)) return VOLM_S_OK;
+    if (piecewise_->TickToTimeInLastSegments(tick, *time)) return VOLM_S_OK;
     return ConvertThroughCore(tick, time);
   }
   if (isSystemTime_) {
@@ -126,7 +126,7 @@ VolmResult SynchronizedClock::ReadTimeThroughComponents(std::uint64_t* time) noe
       *time = linear_->TickToTime(tick);
       return VOLM_S_OK;
     }
-    if (piecewise_->TickToTimeInLatestSegment(tick, *time)) [[likely]]
+    if (piecewise_->TickToTimeInLastSegments(tick, *time)) [[likely]]
       return VOLM_S_OK;
     return FinishReading(true, tick, time);
   }
@@ -140,8 +140,8 @@ VolmResult SynchronizedClock::FinishReading(bool haveTick, std::uint64_t tick,
   if (fastPath_ == FastPath::kNone) {
     result = ReadTime(&now);
   } else {
-    // The counter was read (and converted past the latest segment here), or reading it failed,
-    // which the components report.
+    // The counter was read (and converted outside the last two segments here), or reading it
+    // failed, which the components report.
     result = haveTick ? ConvertThroughCore(tick, &now) : ReadTimeThroughComponents(&now);
   }
   if (VolmSucceeded(result)) *time = now;

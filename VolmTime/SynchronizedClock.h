@@ -57,8 +57,8 @@ class SynchronizedClock : public CVolmUnknownImpl1<IClock> {
   // What a reading needs when the counter is the platform counter (read straight from the
   // platform) and the function one of the usual ones, so that it makes no virtual call: a
   // copy of a linear function (it never changes), or the piecewise-linear function whose
-  // latest segment is answered inline.
-  enum class FastPath : unsigned char { kNone, kLinear, kLatestSegment };
+  // latest segment and the one before it are answered inline.
+  enum class FastPath : unsigned char { kNone, kLinear, kLastSegments };
   FastPath fastPath_ = FastPath::kNone;
   std::optional<Core::LinearCorrectionFunction<std::uint64_t, std::uint64_t>> linear_;
   const Core::PiecewiseLinearCorrectionFunction<std::uint64_t, std::uint64_t>* piecewise_ = nullptr;

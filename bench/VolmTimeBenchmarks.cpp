@@ -115,20 +115,34 @@ IPiecewiseLinearCorrection* SharedFunction(const std::string& name,
   return writer;
 }
 
-void NamedClock(benchmark::State& state, std::uint64_t samples) {
-  const std::string name = "volm-bench-named-" + std::to_string(samples);
-  IPiecewiseLinearCorrection* writer = SharedFunction(name, SampleTicks(samples, true));
+void NamedClock(benchmark::State& state, const std::string& name,
+                const std::vector<std::uint64_t>& ticks) {
+  IPiecewiseLinearCorrection* writer = SharedFunction(name, ticks);
   IClock* clock = nullptr;
   Volm().factory->CreateSynchronizedClock(WideName(name).c_str(), &clock);
   ReadClock(state, clock);
   writer->Release();
 }
 
-void NamedClockOneSample(benchmark::State& state) { NamedClock(state, 1); }
+void NamedClockOneSample(benchmark::State& state) {
+  NamedClock(state, "volm-bench-named-one", SampleTicks(1, true));
+}
 BENCHMARK(NamedClockOneSample);
 
-void NamedClockFullStore(benchmark::State& state) { NamedClock(state, kFullStore); }
+void NamedClockFullStore(benchmark::State& state) {
+  NamedClock(state, "volm-bench-named-full", SampleTicks(kFullStore, true));
+}
 BENCHMARK(NamedClockFullStore);
+
+// A full store whose latest sample lies an hour ahead of the counter, as a publisher's
+// holdover sample lies ahead: every reading falls in the segment before the latest.
+void NamedClockBeforeLatest(benchmark::State& state) {
+  std::vector<std::uint64_t> ticks = SampleTicks(kFullStore - 1, true);
+  const CounterInfo counter = ReadCounter();
+  ticks.push_back(counter.now + 3600 * counter.frequency);
+  NamedClock(state, "volm-bench-named-before-latest", ticks);
+}
+BENCHMARK(NamedClockBeforeLatest);
 
 enum class Where { kLatestSegment, kHistoryEven, kHistoryUneven };
 

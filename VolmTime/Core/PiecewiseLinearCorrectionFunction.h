@@ -35,23 +35,35 @@ class PiecewiseLinearCorrectionFunction : public IPiecewiseLinearCorrection<Tick
 
   [[nodiscard]] bool IsWriter() const noexcept { return isWriter_; }
 
-  // Answers a tick that lies in the latest published segment exactly as TickToTime does, but
-  // inline and without a search, for clock readings. False when the function is empty, the
-  // tick lies before the latest sample, the segment is undefined, or the writer moved on
-  // while it was read: TickToTime then gives the answer or the failure.
-  [[nodiscard]] bool TickToTimeInLatestSegment(Tick tick, Time& time) const noexcept {
+  // Answers a tick that lies in the latest published segment or in the one before it exactly
+  // as TickToTime does on a store whose ticks increase, but inline and without a search, for
+  // clock readings. A publisher that places its next sample ahead of the counter leaves
+  // readers in the segment before the latest most of the time. False when the function is
+  // empty, the tick lies before both samples, the segment is undefined, or the writer moved
+  // on while it was read: TickToTime then gives the answer or the failure.
+  [[nodiscard]] bool TickToTimeInLastSegments(Tick tick, Time& time) const noexcept {
     const PublishedHeader before = ReadHeader(*store_);
-    if ((FlagsOf(before.countAndFlags) & kFlagLatestValid) == 0) return false;
-    const CorrectionSample latest =
-        LoadSample(store_->latestRing[before.latestSlot & kLatestSlotMask]);
-    if (tick < latest.tick || !ViewSurvived(before, ReadHeader(*store_))) return false;
-    std::uint64_t scaled = 0;
-    if (!ScaleExactly(tick - latest.tick, ToFixedPoint(latest.rate), scaled)) [[unlikely]] {
-      // A rate of 0 has no fixed-point form, so it is looked at only here.
-      if (latest.rate == 0.0) return false;
-      scaled = TruncateToUint64(ToDouble(tick - latest.tick) * latest.rate);
+    const std::uint32_t flags = FlagsOf(before.countAndFlags);
+    if ((flags & kFlagLatestValid) == 0) return false;
+    // Only the tick decides which segment; the rest is loaded from the one that holds it.
+    const CorrectionSample* slot = &store_->latestRing[before.latestSlot & kLatestSlotMask];
+    if (tick < LoadShared(slot->tick, std::memory_order_acquire)) {
+      // The last committed sample, where the readable history holds one: it is the last
+      // history slot of the sequence that a lookup searches.
+      const std::uint32_t last = (CountOf(before.countAndFlags) - 1) & (kHistoryCapacity - 1);
+      if ((flags & kFlagFull) == 0 && last == 0) return false;
+      slot = &store_->history[last];
+      if (tick < LoadShared(slot->tick, std::memory_order_acquire)) return false;
     }
-    time = latest.time + scaled;
+    const CorrectionSample segment = LoadSample(*slot);
+    if (!ViewSurvived(before, ReadHeader(*store_))) return false;
+    std::uint64_t scaled = 0;
+    if (!ScaleExactly(tick - segment.tick, ToFixedPoint(segment.rate), scaled)) [[unlikely]] {
+      // A rate of 0 has no fixed-point form, so it is looked at only here.
+      if (segment.rate == 0.0) return false;
+      scaled = TruncateToUint64(ToDouble(tick - segment.tick) * segment.rate);
+    }
+    time = segment.time + scaled;
     return true;
   }
 

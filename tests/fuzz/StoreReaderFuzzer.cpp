@@ -71,5 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   } catch (const VolmTime::Core::CException&) {
   }
   (void)reader.GetRate();
+  std::uint64_t inlineTime = 0;
+  (void)reader.TickToTimeInLastSegments(tick, inlineTime);
   return 0;
 }

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
-// The volmtime tool's own logic: its command line, the publisher's segment rules, exact
-// offsets on times near 1.3e17, the discipline summary, the plot as an XML document (its
-// axis titles and the numbers it carries are checked end to end by publish-and-plot.sh),
-// and the names of its files.
+// The volmtime tool's own logic: its command line, the publisher's schedule, exact offsets on
+// times near 1.3e17, the measures of the discipline report, the plot as an XML document (its
+// axis titles and the numbers it carries are checked end to end by publish-and-plot.sh), and
+// the names of its files. The servo and what `tracking` reads back are tested in simulation
+// (ServoSimulationTest).
 #include "Cli.h"
-#include "Discipline.h"
+#include "DisciplineReport.h"
 #include "StoreAnalysis.h"
 #include "Svg.h"
 #include "TimeFormat.h"
 #include "ToolFiles.h"
+#include "UpdateSchedule.h"
 
 #include <gtest/gtest.h>
 #include <boost/property_tree/ptree.hpp>
@@ -46,6 +48,13 @@ TEST(CommandLine, TakesOptionsEitherWayWithPerCommandDefaultsAndAnswersVersion) 
   EXPECT_EQ(publish.options.name, "n");
   EXPECT_EQ(publish.options.intervalMs, 20);
   EXPECT_EQ(publish.options.jumpMs, 5);
+  const Parsed servo =
+      Parse({"publish", "n", "--max-slew-ppm", "100", "--reference=tai", "--report"});
+  ASSERT_FALSE(servo.exit) << servo.err.str();
+  EXPECT_EQ(servo.options.maxSlewPpm, 100);
+  EXPECT_EQ(servo.options.reference, "tai");
+  EXPECT_TRUE(servo.options.reportDiscipline);
+  EXPECT_EQ(Parse({"publish", "n"}).options.maxSlewPpm, 500);
   const Parsed watch = Parse({"watch", "n", "--json"});
   ASSERT_FALSE(watch.exit) << watch.err.str();
   EXPECT_EQ(watch.options.intervalMs, 200);
@@ -84,81 +93,37 @@ TEST(CommandLine, HelpNamesEachValueAndItsDefault) {
   }
 }
 
-// The segment rules: a publisher with a 1 GHz counter (100 ticks per time unit), a 50 ms
-// jump limit, and the previous segment at kNow with the nominal rate.
-class SegmentRules : public ::testing::Test {
- protected:
-  static constexpr double kNominal = 0.01;
-  static constexpr std::uint64_t kJump = 500'000;
-  static constexpr std::uint64_t kInterval = 100'000'000;  // ticks: 100 ms
-
-  SegmentRules() : discipline_(kNominal, kJump) {
-    previous_ = discipline_.Start({1'000'000, kNow}, std::nullopt).sample;
-  }
-
-  // The next update with the system clock `offset` units from where the segment arrives.
-  Discipline::Update After(std::int64_t offset) {
-    const std::uint64_t tick = previous_.tick + kInterval;
-    const auto arrives = static_cast<std::int64_t>(TimeOnSegment(previous_, tick));
-    const Discipline::Update update =
-        discipline_.Next({tick, static_cast<std::uint64_t>(arrives + offset)});
-    previous_ = update.sample;
-    return update;
-  }
-
-  Discipline discipline_;
-  CorrectionSample previous_{};
-};
-
-TEST_F(SegmentRules, DriftBendsTheRateAndNeverStartsBelowThePreviousSegment) {
-  const CorrectionSample before = previous_;
-  Discipline::Update late = After(-30);
-  EXPECT_EQ(late.action, Discipline::Action::kAppend);
-  EXPECT_FALSE(late.jump);
-  EXPECT_EQ(late.offset, -30);
-  // The system clock is behind: the segment starts one unit above where the old one ends.
-  EXPECT_EQ(late.sample.time, TimeOnSegment(before, late.sample.tick) + 1);
-  EXPECT_LT(late.sample.rate, kNominal);
-  const CorrectionSample slow = previous_;
-  Discipline::Update early = After(+40);
-  EXPECT_EQ(early.sample.time, TimeOnSegment(slow, early.sample.tick) + 40);
-  EXPECT_GT(early.sample.rate, slow.rate);
+TEST(UpdateSchedule, KeepsItsDeadlinesWhateverTheLateness) {
+  UpdateSchedule schedule(1'000, 100);
+  EXPECT_EQ(schedule.Next(1'000), 1'100u);
+  EXPECT_EQ(schedule.Next(1'190), 1'200u);  // a late update does not move the next one
+  EXPECT_EQ(schedule.Next(1'200), 1'300u);
+  EXPECT_EQ(schedule.Next(1'555), 1'600u);  // deadlines already past are skipped
+  EXPECT_EQ(schedule.Skipped(), 2u);
+  EXPECT_EQ(schedule.Next(1'600), 1'700u);
 }
 
-TEST_F(SegmentRules, AJumpForwardStartsASegmentAtTheJumpWithTheRateBefore) {
-  After(+25);
-  const double rate = previous_.rate;
-  const Discipline::Update jump = After(+600'000);
-  EXPECT_EQ(jump.action, Discipline::Action::kAppend);
-  EXPECT_TRUE(jump.jump);
-  EXPECT_EQ(jump.sample.rate, rate);
-}
-
-TEST_F(SegmentRules, AClockSteppedBackBeyondTheLimitStartsOver) {
-  const Discipline::Update back = After(-600'000);
-  EXPECT_EQ(back.action, Discipline::Action::kStartOver);
-  EXPECT_TRUE(back.jump);
-  EXPECT_EQ(back.sample.rate, kNominal);
-  EXPECT_EQ(back.sample.time, TimeOnSegment(previous_, back.sample.tick));
-  EXPECT_EQ(After(0).action, Discipline::Action::kAppend);
-  // A reading at the same tick adds nothing.
-  const Discipline::Update same = discipline_.Next({previous_.tick, previous_.time + 5});
-  EXPECT_EQ(same.action, Discipline::Action::kSkip);
-  EXPECT_EQ(same.sample.tick, previous_.tick);
-  // A system clock that has stood still since the last update, within the limit, starts over.
-  EXPECT_EQ(discipline_.Next({previous_.tick + 1'000, previous_.time}).action,
-            Discipline::Action::kStartOver);
-}
-
-TEST_F(SegmentRules, ATakenOverFunctionIsContinuedWithoutGoingBack) {
-  // Readers followed a function 2 ms ahead of the system clock.
-  const CorrectionSample earlier{5'000'000, kNow + 20'000, kNominal};
-  Discipline next(kNominal, kJump);
-  const std::uint64_t tick = earlier.tick + kInterval;
-  const Discipline::Update first =
-      next.Start({tick, TimeOnSegment(earlier, tick) - 20'000}, earlier);
-  EXPECT_EQ(first.action, Discipline::Action::kAppend);
-  EXPECT_EQ(first.sample.time, TimeOnSegment(earlier, tick) + 1);
+TEST(DisciplineMeasures, GridRatesStepsAndIntervalsOfPublishedSamples) {
+  // Updates 1000 ticks apart (the first, which starts its function, 900 before the second)
+  // at 0.01 units per tick: slewing +1 % for 400 ticks, then holdover; the last sample steps
+  // 2 units above where its segment arrives.
+  const std::vector<CorrectionSample> samples = {{9'100, 91, 0.01},     {9'500, 95, 0.01},
+                                                 {10'000, 100, 0.0101}, {10'400, 104, 0.01},
+                                                 {11'000, 110, 0.0101}, {11'400, 116, 0.01}};
+  EXPECT_EQ(LargestStep(samples), 2);
+  EXPECT_DOUBLE_EQ(MeanUpdateInterval(samples), 1'000);
+  const std::vector<double> rates = GridRatesPpm(samples, 10'000, 12'000, 500, 0.01);
+  ASSERT_EQ(rates.size(), 4u);
+  EXPECT_NEAR(rates[0], 8'000, 1e-6);  // 400 of 500 ticks at +1 %
+  EXPECT_NEAR(rates[1], 0, 1e-6);
+  EXPECT_NEAR(rates[2], 8'000, 1e-6);
+  EXPECT_NEAR(rates[3], 0, 1e-6);
+  const std::vector<ReportLine> lines = JudgeDiscipline({100, 0.03, 0, 99, 201, 10, 100.05});
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_FALSE(lines[0].held);  // 0.03 ppm
+  EXPECT_TRUE(lines[2].held);   // 99 ns
+  EXPECT_FALSE(lines[3].held);  // 201 ns
+  EXPECT_TRUE(lines[4].held);   // 0.05 %
 }
 
 TEST(ExactOffsets, AreTakenFromIntegerDifferencesOfLargeTimes) {
@@ -174,28 +139,6 @@ TEST(ExactOffsets, AreTakenFromIntegerDifferencesOfLargeTimes) {
   for (std::size_t i = 0; i < off.size(); ++i)
     EXPECT_NEAR(offsets[i], static_cast<double>(off[i]), 1e-9) << i;
   EXPECT_EQ(UpdateSteps(samples), (std::vector<std::int64_t>{3, -5, 7, -5}));
-}
-
-TEST(Tracking, SummarisesTheDisciplineAndNoticesAStoppedPublisher) {
-  // 1 GHz counter: nominal rate 0.01; updates every 0.1 s at +2 ppm, steps of +1 unit.
-  const double rate = 0.01 * (1 + 2e-6);
-  std::vector<CorrectionSample> samples{{1'000'000'000, kNow, rate}};
-  for (int i = 1; i < 10; ++i) {
-    const CorrectionSample& last = samples.back();
-    const std::uint64_t tick = last.tick + 100'000'000;
-    samples.push_back({tick, TimeOnSegment(last, tick) + 1, rate});
-  }
-  const TrackingState live = Track(samples, 1'000'000'000, samples.back().tick + 50'000'000);
-  EXPECT_NEAR(live.frequencyPpm, 2.0, 1e-6);
-  EXPECT_NEAR(live.frequencyChangePpm, 0.0, 1e-9);
-  EXPECT_DOUBLE_EQ(live.lastOffsetNs, 100.0);
-  EXPECT_DOUBLE_EQ(live.rmsOffsetNs, 100.0);
-  EXPECT_DOUBLE_EQ(live.updateIntervalS, 0.1);
-  EXPECT_DOUBLE_EQ(live.lastUpdateAgeS, 0.05);
-  EXPECT_FALSE(live.stale);
-  EXPECT_TRUE(Track(samples, 1'000'000'000, samples.back().tick + 2'000'000'000).stale);
-  samples.back().rate = 0.01 * (1 + 5e-6);
-  EXPECT_NEAR(Track(samples, 1'000'000'000, samples.back().tick).frequencyChangePpm, 3.0, 1e-6);
 }
 
 TEST(TimeFormat, SystemTimesSecondsAndOffsetsKeepEveryDigit) {

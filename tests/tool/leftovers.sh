@@ -21,3 +21,11 @@ expect_nothing_left() {
     exit 1
   fi
 }
+
+# Removes what is left of $1, and the folders that held it once they are empty: after a
+# failure, so that a failed run does not leave its processes' files for later runs.
+remove_left_behind() {
+  left_behind "$1" | xargs -r rm -rf
+  rmdir "/dev/shm/.volmtime-$(id -u)" "${TMPDIR:-/tmp}/volmtime-$(id -u)" \
+    ${XDG_RUNTIME_DIR:+"$XDG_RUNTIME_DIR/volmtime"} 2>/dev/null || true
+}

@@ -27,7 +27,7 @@ clean_up() {
   for p in $publisher $holder_of_lock; do kill -9 "$p" 2>/dev/null || true; done
   sleep 0.1
   # What the processes killed here left (only after a failure) goes too.
-  left_behind "$name" | xargs -r rm -rf
+  remove_left_behind "$name"
   rm -rf "$scratch" "$earlier".* "$squatted"
 }
 trap clean_up EXIT
@@ -58,11 +58,11 @@ grep -q locked "$scratch/locked.txt" || { echo "the other account could not lock
 "$tool" publish "$name" --interval-ms 20 --duration-s 120 >"$scratch/publisher.txt" 2>&1 &
 publisher=$!
 for _ in $(seq 1200); do
-  grep -q "samples 2 " "$scratch/publisher.txt" 2>/dev/null && break
+  grep -q "updates 2 " "$scratch/publisher.txt" 2>/dev/null && break
   kill -0 "$publisher" 2>/dev/null || break
   sleep 0.05
 done
-grep -q "samples 2 " "$scratch/publisher.txt" ||
+grep -q "updates 2 " "$scratch/publisher.txt" ||
   { echo "the publisher did not start:"; cat "$scratch/publisher.txt"; exit 1; }
 
 # Where the publisher keeps its files: the other account can put nothing there.
@@ -85,13 +85,13 @@ set -e
 as 65534 "$tool" inspect "$name" --last 1 >/dev/null
 
 # The publisher goes on: twenty more updates after all that, whatever the machine's pace.
-seen=$(grep -c "samples" "$scratch/publisher.txt")
+seen=$(grep -c "updates" "$scratch/publisher.txt")
 for _ in $(seq 1200); do
-  [ "$(grep -c "samples" "$scratch/publisher.txt")" -ge $((seen + 20)) ] && break
+  [ "$(grep -c "updates" "$scratch/publisher.txt")" -ge $((seen + 20)) ] && break
   kill -0 "$publisher" 2>/dev/null || break
   sleep 0.05
 done
-[ "$(grep -c "samples" "$scratch/publisher.txt")" -ge $((seen + 20)) ] ||
+[ "$(grep -c "updates" "$scratch/publisher.txt")" -ge $((seen + 20)) ] ||
   { echo "the publisher stopped:"; tail -3 "$scratch/publisher.txt"; exit 1; }
 grep -q "takes over" "$scratch/publisher.txt" && { echo "the publisher was stopped"; exit 1; }
 [ "$(cat "$victim")" = "a file of the publisher's account" ] ||

@@ -2,9 +2,10 @@
 # SPDX-License-Identifier: MIT
 # The volmtime tool end to end on a real publisher: a second publisher is refused and told
 # who holds the store, --take-over replaces the holder, and the plot of the store is valid
-# XML with labelled axes whose offsets equal an exact recomputation from the samples. The
-# longest name a store may have works as well, and once the publishers have ended nothing of
-# theirs is left (on Linux: the store, its lock file, the tool's own files).
+# XML with labelled axes whose offsets equal an exact recomputation from the samples, and
+# the JSON outputs hold no number past 2^53. The longest name a store may have works as
+# well, and once the publishers have ended nothing of theirs is left (on Linux: the store,
+# its lock file, the tool's own files).
 # Usage: publish-and-plot.sh VOLMTIME [EMULATOR]   (the emulator runs Windows builds)
 set -euo pipefail
 . "$(dirname "$0")/leftovers.sh"
@@ -48,8 +49,29 @@ set -e
 grep -q "is being published by pid" "$scratch/refused.txt" ||
   { echo "the refusal does not name the holder:"; cat "$scratch/refused.txt"; exit 1; }
 
-# The plot and the samples it shows, read while the publisher runs.
+# The plot and the samples it shows, read while the publisher runs, and the other JSON
+# outputs: none may hold a number that a reader using doubles gets wrong.
 "${tool[@]}" inspect "$name" --last 1000000 --json --svg "$scratch/plot.svg" >"$scratch/store.json"
+"${tool[@]}" tracking "$name" --json >"$scratch/tracking.json"
+"${tool[@]}" watch "$name" --json --duration-s 0.3 --interval-ms 100 >"$scratch/watch.json"
+python3 - "$scratch/store.json" "$scratch/tracking.json" "$scratch/watch.json" <<'PY'
+import json, sys
+def numbers(value):
+    if isinstance(value, dict):
+        for item in value.values(): yield from numbers(item)
+    elif isinstance(value, list):
+        for item in value: yield from numbers(item)
+    elif isinstance(value, (int, float)) and not isinstance(value, bool):
+        yield value
+for path in sys.argv[1:]:
+    with open(path) as file:
+        documents = [json.loads(line) for line in file] if path.endswith("watch.json") else [json.load(file)]
+    for document in documents:
+        for number in numbers(document):
+            assert abs(number) < 2**53, "%s holds %r" % (path, number)
+tracking = json.load(open(sys.argv[2]))
+assert tracking["updates"] >= 5 and not tracking["stale"], tracking
+PY
 
 "${tool[@]}" publish "$name" --take-over --interval-ms 20 --duration-s 1 >"$scratch/second.txt"
 wait "$first"
@@ -89,6 +111,8 @@ assert sum(1 for t in texts if t.strip().lstrip("-").replace(".", "").isdigit())
 samples = json.load(open(sys.argv[2]))["samples"]
 assert len(samples) >= 20, "only %d samples" % len(samples)
 first, last = samples[0], samples[-1]
+for sample in samples:
+    sample["tick"], sample["time"] = int(sample["tick"]), int(sample["time_100ns"])
 slope = Fraction(last["time"] - first["time"], last["tick"] - first["tick"])
 lines = svg.find(ns + "metadata").text.strip().splitlines()[1:]
 assert len(lines) == len(samples), (len(lines), len(samples))

@@ -5,7 +5,8 @@
 # points of its run (at once, while it starts, while it runs), by a reader that closes the
 # pipe (`| head -2`), and a publisher asking to take over is interrupted while it waits.
 # Which point a signal meets varies with the machine's load; what is checked holds at every
-# point. Linux only: Windows has neither these signals nor /dev/shm.
+# point. A report, which kills a publisher of its own, leaves nothing either. Linux only:
+# Windows has neither these signals nor /dev/shm.
 # Usage: signals-leave-nothing.sh VOLMTIME
 set -euo pipefail
 tool=$1
@@ -18,7 +19,7 @@ clean_up() {
   for p in "${started[@]}"; do kill -9 "$p" 2>/dev/null || true; done
   sleep 0.1
   # What the processes killed here left (only after a failure) goes too.
-  left_behind "$tag" | xargs -r rm -rf
+  remove_left_behind "$tag"
   rm -rf "$scratch"
 }
 trap clean_up EXIT
@@ -128,11 +129,23 @@ pid=$!
 wait_for_line "$scratch/taking" "asking the publisher"
 kill -s INT "$pid"
 wait_for_end "$pid" 30
-wait_for_line "$scratch/holder" "samples 3 "
+wait_for_line "$scratch/holder" "updates 3 "
 grep -q "takes over" "$scratch/holder" && { echo "the holder stopped for a withdrawn request"; exit 1; }
 kill -s TERM "$holder"
 wait_for_end "$holder" 30
 expect_nothing_left "$name" "an interrupted take-over"
+
+# A report runs a publisher of its own and kills it: nothing of either is left, whether the
+# report runs to its end or is interrupted while it measures.
+name="$tag-report"
+"$tool" publish "$name" --report --duration-s 1 --holdover-s 1 >/dev/null
+expect_nothing_left "$name" "a report"
+run_tool publish "$name" --report --duration-s 60 --holdover-s 1 >"$scratch/report" 2>&1
+pid=$!
+wait_for_line "$scratch/report" measuring
+kill -s INT "$pid"
+wait_for_end "$pid" 30
+expect_nothing_left "$name" "an interrupted report"
 
 # The demo, signalled at several points after it has named its store: it ends its own
 # processes and leaves nothing of them. (A signal before that finds nothing made yet.)
@@ -151,4 +164,4 @@ for signal in INT TERM HUP; do
     runs=$((runs + 1))
   done
 done
-echo "$runs signalled runs, two closed pipes and an interrupted take-over left nothing behind"
+echo "$runs signalled runs, two closed pipes, an interrupted take-over and two reports left nothing"

@@ -115,6 +115,19 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath,
   Ref<IClock> namedFull;
   Check(factory->CreateSynchronizedClock(Widen(name + "-even").c_str(), namedFull.Out()), factory,
         "opening a named clock over a full store");
+  // A publisher's holdover sample lies ahead of the counter: readings fall in the segment
+  // before the latest sample.
+  Ref<IPiecewiseLinearCorrection> aheadStore;
+  Check(library.Advanced()->CreateSharedMemoryCorrection(Widen(name + "-ahead").c_str(),
+                                                         aheadStore.Out()),
+        factory, "creating a shared function with a sample ahead");
+  aheadStore->AddSample(now, 10'000'000.0 / static_cast<double>(frequency), 1'000'000);
+  aheadStore->AddSample(now + 3600 * frequency, 10'000'000.0 / static_cast<double>(frequency),
+                        2'000'000);
+  aheadStore->Publish();
+  Ref<IClock> namedAhead;
+  Check(factory->CreateSynchronizedClock(Widen(name + "-ahead").c_str(), namedAhead.Out()), factory,
+        "opening a named clock with a sample ahead");
   // Ticks anywhere from the first sample to the latest.
   const auto deepTicks = [&](IPiecewiseLinearCorrection* store) {
     std::uint64_t first = 0;
@@ -167,6 +180,13 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath,
        [&] {
          std::uint64_t t = 0;
          namedFull->GetTime(&t);
+         sink += t;
+       },
+       kCalls},
+      {"named clock GetTime, before the latest sample",
+       [&] {
+         std::uint64_t t = 0;
+         namedAhead->GetTime(&t);
          sink += t;
        },
        kCalls},

@@ -112,7 +112,7 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ToolOptio
 
   CLI::App* publish =
       AddNameCommand(app, "publish",
-                     "discipline the shared correction function NAME to the system clock", options);
+                     "discipline the shared correction function NAME to a reference clock", options);
   publish->add_option("--interval-ms", options.intervalMs, "time between updates")
       ->check(Between(1.0, 3'600'000.0))
       ->capture_default_str();
@@ -123,6 +123,21 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ToolOptio
       ->add_option("--jump-ms", options.jumpMs,
                    "an offset beyond this is a jump, not drift: a new segment starts")
       ->check(Between(0.1, 1e7))
+      ->capture_default_str();
+  publish
+      ->add_option("--max-slew-ppm", options.maxSlewPpm,
+                   "the most the rate may run off the frequency estimate to remove an offset")
+      ->check(Between(1.0, 100'000.0))
+      ->capture_default_str();
+  publish
+      ->add_option("--reference", options.reference,
+                   "the time to follow: system, tai, or a PTP hardware clock such as /dev/ptp0")
+      ->capture_default_str();
+  publish->add_flag("--report", options.reportDiscipline,
+                    "measure the discipline: --duration-s (30) against the reference, then kill "
+                    "the publisher and measure --holdover-s of holdover");
+  publish->add_option("--holdover-s", options.holdoverS, "with --report: the holdover measured")
+      ->check(Between(1.0, 3600.0))
       ->capture_default_str();
   publish->add_flag("--take-over", options.takeOver,
                     "stop the writer that holds NAME and publish in its place");
@@ -156,6 +171,10 @@ std::optional<int> ParseCommandLine(int argc, const char* const* argv, ToolOptio
 
   CLI::App* tracking = AddNameCommand(
       app, "tracking", "the store's discipline as chronyc tracking shows a clock's", options);
+  tracking
+      ->add_option("--reference", options.reference,
+                   "the time the named clock is compared with: system, tai or /dev/ptpN")
+      ->capture_default_str();
   tracking->add_option("--samples", options.samples, "updates in the RMS offset")
       ->check(Between(2, 500'000))
       ->capture_default_str();

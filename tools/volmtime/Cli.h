@@ -18,8 +18,12 @@ struct ToolOptions {
   double intervalMs = 100;
   double durationS = 0;  // 0: until Ctrl-C
   double jumpMs = 50;
+  double maxSlewPpm = 500;
+  std::string reference = "system";  // also tracking's
   bool takeOver = false;
   bool quiet = false;
+  bool reportDiscipline = false;  // measure the discipline instead: durationS (30), then holdoverS
+  double holdoverS = 10;
 
   // watch (intervalMs 200 there), inspect, tracking
   std::string report;

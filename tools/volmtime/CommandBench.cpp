@@ -32,6 +32,8 @@ constexpr Row kTimeRows[] = {
     {"SystemClockGetTime", "system clock GetTime", "RawCounterRead", 0},
     {"NamedClockOneSample", "named clock GetTime, one sample", "RawCounterRead", 0},
     {"NamedClockFullStore", "named clock GetTime, full store", "RawCounterRead", 1.15},
+    {"NamedClockBeforeLatest", "named clock GetTime, full store, before the latest sample",
+     "RawCounterRead", 1.15},
     {"EvaluateFullStoreLatestSegment", "TickToTime, full store, latest segment", "RawCounterRead",
      0},
     {"EvaluateFullStoreThroughHistory", "TickToTime deep in a full store, 10 us apart",

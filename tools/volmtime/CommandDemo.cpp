@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
-#include "Discipline.h"
 #include "Library.h"
 #include "PrivateFolder.h"
+#include "PublisherLeftovers.h"
+#include "Segments.h"
 #include "TimeFormat.h"
 #include "ToolFiles.h"
 #include "WriterLock.h"
@@ -39,7 +40,13 @@ class DemoProcesses {
       : library_(library), name_(std::move(name)) {}
   DemoProcesses(const DemoProcesses&) = delete;
   DemoProcesses& operator=(const DemoProcesses&) = delete;
-  ~DemoProcesses() { Finish(); }
+  ~DemoProcesses() {
+    try {
+      Finish();
+    } catch (...) {
+      // The private folder cannot be used any more: nothing more can be cleared.
+    }
+  }
 
   void StartPublisher(double seconds) {
     publisher_ = std::make_unique<ChildProcess>(
@@ -78,10 +85,7 @@ class DemoProcesses {
       publisher_->Wait(kPatienceMs);
     }
     publisher_.reset();
-    WriterLock::ClearLeftovers(name_);
-    // A store whose holders were killed is removed by the next opener.
-    Ref<IPiecewiseLinearCorrection> sweep;
-    (void)library_.Advanced()->OpenSharedMemoryCorrection(Widen(name_).c_str(), sweep.Out());
+    ClearPublisherLeftovers(library_, name_);
     folder_.RemoveIfEmpty();
   }
 

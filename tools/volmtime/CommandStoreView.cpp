@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
 #include "Library.h"
+#include "ReferenceClock.h"
 #include "StoreAnalysis.h"
 #include "StoreMapping.h"
 #include "StoreView.h"
@@ -116,9 +117,12 @@ int RunInspect(const ToolOptions& options) {
                                        {"last_update_age_s", state.lastUpdateAgeS},
                                        {"stale", state.stale},
                                        {"samples", nlohmann::ordered_json::array()}};
+    // Ticks and times pass 2^53, past what a reader that parses numbers as doubles keeps
+    // exactly: they are strings, the times also as ISO-8601 text.
     for (std::size_t i = 0; i < rows.size(); ++i) {
-      document["samples"].push_back({{"tick", rows[i].tick},
-                                     {"time", rows[i].time},
+      document["samples"].push_back({{"tick", std::to_string(rows[i].tick)},
+                                     {"time", FormatSystemTime(rows[i].time)},
+                                     {"time_100ns", std::to_string(rows[i].time)},
                                      {"rate", rows[i].rate},
                                      {"rate_ppm", RatePpm(rows[i].rate, nominal)},
                                      {"step_ns", steps[i] * 100}});
@@ -152,69 +156,74 @@ int RunInspect(const ToolOptions& options) {
 
 int RunTracking(const ToolOptions& options) {
   const std::string& name = options.name;
-  const StoreContents contents = ReadNamedStore(name, options.samples);
+  // Two samples per update, and the slewing sample of the oldest update's predecessor.
+  const StoreContents contents = ReadNamedStore(name, 2 * options.samples);
   if (contents.samples.empty()) throw CommandError("store \"" + name + "\" has no samples");
+  const std::unique_ptr<ReferenceClock> reference = OpenReferenceClock(options.reference);
   Library library;
   IVolmTimeFactory* factory = library.Factory();
   Ref<IClock> named;
-  Ref<IClock> system;
   Check(factory->CreateSynchronizedClock(Widen(name).c_str(), named.Out()), factory,
         "opening the named clock \"" + name + "\"");
-  Check(factory->GetSystemClock(system.Out()), factory, "GetSystemClock");
-  // The tightest of a few system-named-system readings.
-  std::int64_t offset = 0;
-  std::uint64_t width = UINT64_MAX;
-  for (int attempt = 0; attempt < 5; ++attempt) {
-    std::uint64_t before = 0;
+  // The narrowest of a few reference-named-reference readings.
+  std::int64_t offsetNs = 0;
+  std::uint64_t widthNs = UINT64_MAX;
+  for (int attempt = 0; attempt < 8; ++attempt) {
+    const std::uint64_t before = reference->ReadNs();
     std::uint64_t time = 0;
-    std::uint64_t after = 0;
-    Check(system->GetTime(&before), system.Get(), "reading the system clock");
     Check(named->GetTime(&time), named.Get(), "reading the named clock \"" + name + "\"");
-    Check(system->GetTime(&after), system.Get(), "reading the system clock");
-    if (after - before < width) {
-      width = after - before;
-      offset = Difference(time, before + (after - before) / 2);
+    const std::uint64_t after = reference->ReadNs();
+    if (after - before < widthNs) {
+      widthNs = after - before;
+      offsetNs = Difference(time * 100, before + (after - before) / 2);
     }
   }
   const CounterNow now = ReadCounter(library);
   const TrackingState state = Track(contents.samples, now.frequency, now.tick);
-  const std::string reference = FormatSystemTime(contents.samples.back().time);
+  const std::string updateTime = FormatSystemTime(state.updateTime);
+  const char* const fastOrSlow = state.frequencyPpm < 0 ? "slow" : "fast";
 
   if (options.json) {
-    const nlohmann::ordered_json document = {{"store", name},
-                                             {"reference_time", reference},
-                                             {"offset_ns", offset * 100},
-                                             {"reading_width_ns", width * 100},
-                                             {"last_offset_ns", state.lastOffsetNs},
-                                             {"rms_offset_ns", state.rmsOffsetNs},
-                                             {"updates", state.updates},
-                                             {"frequency_ppm", state.frequencyPpm},
-                                             {"frequency_change_ppm", state.frequencyChangePpm},
-                                             {"update_interval_s", state.updateIntervalS},
-                                             {"last_update_age_s", state.lastUpdateAgeS},
-                                             {"stale", state.stale}};
+    const nlohmann::ordered_json document = {
+        {"store", name},
+        {"reference", reference->Name()},
+        {"reference_time", updateTime},
+        {"reference_time_100ns", std::to_string(state.updateTime)},
+        {"offset_ns", offsetNs},
+        {"reading_width_ns", widthNs},
+        {"last_offset_ns", state.lastOffsetNs},
+        {"rms_offset_ns", state.rmsOffsetNs},
+        {"updates", state.updates},
+        {"frequency_ppm", state.frequencyPpm},
+        {"residual_frequency_ppm", state.residualFrequencyPpm},
+        {"skew_ppm", state.skewPpm},
+        {"update_interval_s", state.updateIntervalS},
+        {"last_update_age_s", state.lastUpdateAgeS},
+        {"stale", state.stale}};
     std::printf("%s\n", document.dump(2).c_str());
   } else if (options.csv) {
     std::printf(
-        "store,reference_time,offset_ns,reading_width_ns,last_offset_ns,rms_offset_ns,updates,"
-        "frequency_ppm,frequency_change_ppm,update_interval_s,last_update_age_s,stale\n");
-    std::printf("%s,%s,%lld,%llu,%.0f,%.1f,%zu,%.6f,%.6f,%.6f,%.3f,%d\n", name.c_str(),
-                reference.c_str(), static_cast<long long>(offset * 100),
-                static_cast<unsigned long long>(width * 100), state.lastOffsetNs, state.rmsOffsetNs,
-                state.updates, state.frequencyPpm, state.frequencyChangePpm, state.updateIntervalS,
+        "store,reference_time,reference_time_100ns,offset_ns,reading_width_ns,"
+        "last_offset_ns,rms_offset_ns,updates,frequency_ppm,residual_frequency_ppm,skew_ppm,"
+        "update_interval_s,last_update_age_s,stale\n");
+    std::printf("%s,%s,%llu,%lld,%llu,%.1f,%.1f,%zu,%.6f,%.6f,%.6f,%.6f,%.3f,%d\n", name.c_str(),
+                updateTime.c_str(), static_cast<unsigned long long>(state.updateTime),
+                static_cast<long long>(offsetNs), static_cast<unsigned long long>(widthNs),
+                state.lastOffsetNs, state.rmsOffsetNs, state.updates, state.frequencyPpm,
+                state.residualFrequencyPpm, state.skewPpm, state.updateIntervalS,
                 state.lastUpdateAgeS, state.stale ? 1 : 0);
   } else {
     std::printf("Store           : %s\n", name.c_str());
-    std::printf("Reference time  : %s (the latest update)\n", reference.c_str());
-    std::printf("Named clock     : %lld ns %s of the system clock (reading %llu ns wide)\n",
-                static_cast<long long>(offset < 0 ? -offset * 100 : offset * 100),
-                offset < 0 ? "slow" : "fast", static_cast<unsigned long long>(width * 100));
-    std::printf("Last offset     : %+.0f ns (step at the latest update)\n", state.lastOffsetNs);
+    std::printf("Reference time  : %s (the latest update)\n", updateTime.c_str());
+    std::printf("Named clock     : %lld ns %s of %s (reading %llu ns wide)\n",
+                static_cast<long long>(offsetNs < 0 ? -offsetNs : offsetNs),
+                offsetNs < 0 ? "slow" : "fast", reference->Name().c_str(),
+                static_cast<unsigned long long>(widthNs));
+    std::printf("Last offset     : %+.1f ns (removed by the latest update)\n", state.lastOffsetNs);
     std::printf("RMS offset      : %.1f ns (over %zu updates)\n", state.rmsOffsetNs, state.updates);
-    std::printf("Frequency       : %.4f ppm %s\n", std::abs(state.frequencyPpm),
-                state.frequencyPpm < 0 ? "slow" : "fast");
-    std::printf("Frequency change: %+.4f ppm (latest segment against the one before)\n",
-                state.frequencyChangePpm);
+    std::printf("Frequency       : %.4f ppm %s\n", std::abs(state.frequencyPpm), fastOrSlow);
+    std::printf("Residual freq   : %+.4f ppm\n", state.residualFrequencyPpm);
+    std::printf("Skew            : %.4f ppm\n", state.skewPpm);
     std::printf("Update interval : %.3f s\n", state.updateIntervalS);
     std::printf("Last update     : %.3f s ago%s\n", state.lastUpdateAgeS,
                 state.stale ? ", STALE: its publisher has stopped updating" : "");

@@ -64,19 +64,20 @@ int RunWatch(const ToolOptions& options) {
       } else if (options.json) {
         nlohmann::ordered_json line = {{"timestamp", Timestamp()},
                                        {"clock_time", FormatSystemTime(time)},
+                                       {"clock_time_100ns", std::to_string(time)},
                                        {"offset_ns", offset * 100},
-                                       {"rate_ppm", state.frequencyPpm},
+                                       {"rate_ppm", state.latestRatePpm},
                                        {"last_update_age_s", state.lastUpdateAgeS},
                                        {"stale", stale}};
         std::printf("%s\n", line.dump().c_str());
       } else if (options.csv) {
         std::printf("%s,%s,%lld,%.4f,%.3f,%d\n", Timestamp().c_str(),
                     FormatSystemTime(time).c_str(), static_cast<long long>(offset * 100),
-                    state.frequencyPpm, state.lastUpdateAgeS, stale ? 1 : 0);
+                    state.latestRatePpm, state.lastUpdateAgeS, stale ? 1 : 0);
       } else {
         std::printf("%s  clock %s  offset %s  rate %+10.4f ppm  updated %.2f s ago%s\n",
                     Timestamp().c_str(), FormatSystemTime(time).c_str(),
-                    FormatOffsetUs(offset).c_str(), state.frequencyPpm, state.lastUpdateAgeS,
+                    FormatOffsetUs(offset).c_str(), state.latestRatePpm, state.lastUpdateAgeS,
                     stale ? "  STALE: its publisher has stopped updating" : "");
       }
       std::fflush(stdout);

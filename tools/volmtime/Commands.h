@@ -17,6 +17,9 @@ class CommandError : public std::runtime_error {
 
 int RunNow(const ToolOptions& options);
 int RunPublish(const ToolOptions& options);
+// Runs a publisher, measures the discipline it keeps and its holdover, and prints both
+// against their targets.
+int RunPublishReport(const ToolOptions& options);
 int RunWatch(const ToolOptions& options);
 int RunInspect(const ToolOptions& options);
 int RunTracking(const ToolOptions& options);

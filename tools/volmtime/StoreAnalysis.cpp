@@ -38,6 +38,19 @@ std::vector<std::int64_t> UpdateSteps(const std::vector<CorrectionSample>& sampl
 
 bool IsStale(double ageS, double intervalS) { return ageS > std::max(4 * intervalS, 1.0); }
 
+namespace {
+
+// The counter's own frequency error that a rate of `rate` units per tick corrects.
+double OwnErrorPpm(double rate, double nominalRate) { return (nominalRate / rate - 1.0) * 1e6; }
+
+double Median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+}  // namespace
+
 TrackingState Track(const std::vector<CorrectionSample>& samples, std::uint64_t frequency,
                     std::uint64_t nowTick) {
   TrackingState state;
@@ -45,25 +58,59 @@ TrackingState Track(const std::vector<CorrectionSample>& samples, std::uint64_t 
   const double nominal = NominalRate(frequency);
   const double ticksPerSecond = static_cast<double>(frequency);
   const CorrectionSample& latest = samples.back();
-  state.updates = samples.size();
-  state.frequencyPpm = RatePpm(latest.rate, nominal);
-  state.lastUpdateAgeS = static_cast<double>(Difference(nowTick, latest.tick)) / ticksPerSecond;
-  if (samples.size() >= 2) {
-    const CorrectionSample& before = samples[samples.size() - 2];
-    state.frequencyChangePpm = (latest.rate - before.rate) / nominal * 1e6;
-    const std::vector<std::int64_t> steps = UpdateSteps(samples);
-    state.lastOffsetNs = static_cast<double>(steps.back()) * 100.0;
-    double sumOfSquares = 0;
-    for (const std::int64_t step : steps)
-      sumOfSquares += static_cast<double>(step) * static_cast<double>(step);
-    state.rmsOffsetNs = std::sqrt(sumOfSquares / static_cast<double>(steps.size())) * 100.0;
-    std::vector<std::uint64_t> gaps;
-    for (std::size_t i = 1; i < samples.size(); ++i)
-      gaps.push_back(samples[i].tick - samples[i - 1].tick);
-    std::nth_element(gaps.begin(), gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2),
-                     gaps.end());
-    state.updateIntervalS = static_cast<double>(gaps[gaps.size() / 2]) / ticksPerSecond;
-    state.stale = IsStale(state.lastUpdateAgeS, state.updateIntervalS);
+  state.frequencyPpm = OwnErrorPpm(latest.rate, nominal);
+  state.latestRatePpm = RatePpm(latest.rate, nominal);
+  // The updates' pairs, newest first: each holdover sample continues its slewing sample.
+  struct Pair {
+    CorrectionSample slewing;
+    CorrectionSample holdover;
+  };
+  std::vector<Pair> pairs;
+  for (std::size_t i = samples.size() - 1; i >= 1; i -= 2) {
+    const CorrectionSample& slewing = samples[i - 1];
+    const CorrectionSample& holdover = samples[i];
+    if (holdover.tick <= slewing.tick || !(slewing.rate > 0) || !(holdover.rate > 0) ||
+        holdover.time != TimeOnSegment(slewing, holdover.tick))
+      break;
+    pairs.push_back({slewing, holdover});
+    if (i < 2) break;
   }
+  state.updates = pairs.size();
+  const std::uint64_t updateTick = pairs.empty() ? latest.tick : pairs.front().slewing.tick;
+  state.updateTime = pairs.empty() ? latest.time : pairs.front().slewing.time;
+  state.lastUpdateAgeS =
+      std::max<double>(0, static_cast<double>(Difference(nowTick, updateTick))) / ticksPerSecond;
+  if (!pairs.empty()) {
+    double squares = 0;
+    double sum = 0;
+    double sumOfSquares = 0;
+    for (const Pair& pair : pairs) {
+      const double removed = (pair.holdover.rate - pair.slewing.rate) *
+                             static_cast<double>(pair.holdover.tick - pair.slewing.tick) * 100.0;
+      squares += removed * removed;
+      const double estimate = OwnErrorPpm(pair.holdover.rate, nominal);
+      sum += estimate;
+      sumOfSquares += estimate * estimate;
+      if (&pair == &pairs.front()) state.lastOffsetNs = removed;
+    }
+    const auto count = static_cast<double>(pairs.size());
+    state.rmsOffsetNs = std::sqrt(squares / count);
+    if (pairs.size() >= 2) {
+      state.residualFrequencyPpm =
+          state.frequencyPpm - OwnErrorPpm(pairs[1].holdover.rate, nominal);
+      state.skewPpm = std::sqrt(std::max(0.0, (sumOfSquares - sum * sum / count) / (count - 1)));
+      state.updateIntervalS =
+          static_cast<double>(pairs[0].slewing.tick - pairs[1].slewing.tick) / ticksPerSecond;
+      std::vector<double> intervals;
+      for (std::size_t i = 1; i < pairs.size(); ++i)
+        intervals.push_back(static_cast<double>(pairs[i - 1].slewing.tick - pairs[i].slewing.tick));
+      state.typicalIntervalS = Median(intervals) / ticksPerSecond;
+    } else {
+      // One update so far: its slewing span is at least half an interval.
+      state.typicalIntervalS =
+          2 * static_cast<double>(pairs[0].holdover.tick - pairs[0].slewing.tick) / ticksPerSecond;
+    }
+  }
+  state.stale = IsStale(state.lastUpdateAgeS, state.typicalIntervalS);
   return state;
 }

@@ -5,7 +5,7 @@
 #ifndef TOOLS_VOLMTIME_STOREANALYSIS_H
 #define TOOLS_VOLMTIME_STOREANALYSIS_H
 
-#include "Discipline.h"
+#include "Segments.h"
 
 #include <cstdint>
 #include <vector>
@@ -24,16 +24,23 @@ std::vector<double> OffsetsFromLine(const std::vector<CorrectionSample>& samples
 // (the step readers' time takes at that update), in 100-ns units.
 std::vector<std::int64_t> UpdateSteps(const std::vector<CorrectionSample>& samples);
 
-// The discipline as `chronyc tracking` describes a clock's.
+// The discipline as `chronyc tracking` describes a clock's, read back from the samples alone.
+// A publisher appends two samples per update: a slewing sample and a holdover sample whose
+// rate is the frequency estimate; the offset that the update removes is the difference of the
+// two rates times the slewing span.
 struct TrackingState {
-  std::size_t updates = 0;        // samples in the window
-  double lastOffsetNs = 0;        // step at the latest update
-  double rmsOffsetNs = 0;         // root mean square of the steps in the window
-  double frequencyPpm = 0;        // the latest segment's rate against the nominal rate
-  double frequencyChangePpm = 0;  // the latest segment's rate against the one before
-  double updateIntervalS = 0;     // median time between updates
-  double lastUpdateAgeS = 0;      // since the latest sample's tick
-  bool stale = false;             // no update for several intervals
+  std::size_t updates = 0;          // updates (pairs of samples) in the window
+  std::uint64_t updateTime = 0;     // the latest update's time: where its slewing sample starts
+  double lastOffsetNs = 0;          // the latest update's offset: function minus reference
+  double rmsOffsetNs = 0;           // root mean square of the updates' offsets
+  double frequencyPpm = 0;          // the counter's own frequency error (positive: fast)
+  double residualFrequencyPpm = 0;  // the latest estimate against the one before it
+  double skewPpm = 0;               // standard deviation of the estimates in the window
+  double latestRatePpm = 0;         // the latest segment's rate against the nominal rate
+  double updateIntervalS = 0;       // between the last two updates
+  double typicalIntervalS = 0;      // the median interval, which staleness is judged by
+  double lastUpdateAgeS = 0;        // since the latest update
+  bool stale = false;               // no update for four typical intervals (at least 1 s)
 };
 
 // `samples` oldest first (at least one); `nowTick` a counter reading taken now.

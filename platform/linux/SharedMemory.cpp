@@ -112,9 +112,8 @@ std::unique_ptr<LinuxMapping> CreateOrOpenStore(const std::string& name, std::si
     if (!impl->locks->IsCurrent()) continue;
     try {
       try {
-        impl->object =
-            bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
-                                      bip::permissions(Linux::kStoreMode));
+        impl->object = bip::shared_memory_object(bip::open_or_create, name.c_str(), bip::read_write,
+                                                 bip::permissions(Linux::kStoreMode));
       } catch (const bip::interprocess_exception& failure) {
         if (failure.get_native_error() != EACCES) throw;
         throw SharedMemoryError(Linux::DeniedWriting(name, failure.what()));

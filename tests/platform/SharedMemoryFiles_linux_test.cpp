@@ -64,9 +64,7 @@ std::string ReasonOfOpening(const std::string& name, bool writer = false) {
   return "";
 }
 
-std::string FailureText(const std::string& what) {
-  return what + ": " + std::strerror(errno);
-}
+std::string FailureText(const std::string& what) { return what + ": " + std::strerror(errno); }
 
 bool MakeStoreWithMode(const std::string& name, mode_t mode) {
   const int descriptor = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
@@ -278,8 +276,8 @@ TEST(SharedMemoryFiles, LockFolderThatAnotherAccountMadeIsRefused) {
 TEST(SharedMemoryFiles, EveryNameTheSystemTakesHasALockFileNamedAsTheStore) {
   EXPECT_EQ(ReasonOfOpening(UniqueName("volm-slash") + "/x", true), "Invalid argument");
   const std::string longest = UniqueName("volm-long");
-  for (const std::string& name : {longest + std::string(255 - longest.size(), 'x'),
-                                  UniqueName("volm odd \x01*?:\\\xff")}) {
+  for (const std::string& name :
+       {longest + std::string(255 - longest.size(), 'x'), UniqueName("volm odd \x01*?:\\\xff")}) {
     const SharedMemoryMapping writer = SharedMemoryMapping::CreateOrOpen(name, kSize);
     const SharedMemoryMapping reader = SharedMemoryMapping::OpenReadOnly(name);
     EXPECT_TRUE(Exists(Linux::LockFolderPath() + "/" + name)) << name;

@@ -175,8 +175,8 @@ TEST(Plot, IsValidXmlWithEscapedTextAndRoundTickLabels) {
 TEST(ToolFiles, EveryNameGetsAShortFileNameOfItsOwn) {
   std::string longestButOne(255, 'a');
   longestButOne.back() = 'b';
-  const std::vector<std::string> names = {"a b", "a_32b", "a~", std::string(255, 'a'),
-                                          longestButOne, std::string(255, '\xff')};
+  const std::vector<std::string> names = {
+      "a b", "a_32b", "a~", std::string(255, 'a'), longestButOne, std::string(255, '\xff')};
   std::set<std::string> bases;
   for (const std::string& name : names) {
     bases.insert(FileBaseOf(name));

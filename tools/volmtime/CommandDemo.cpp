@@ -63,8 +63,7 @@ class DemoProcesses {
       watcher.process = std::make_unique<ChildProcess>(
           SiblingProgram("volmtime"),
           std::vector<std::string>{"watch", name_, "--interval-ms", "50", "--duration-s",
-                                   std::to_string(seconds), "--report", watcher.report,
-                                   "--quiet"});
+                                   std::to_string(seconds), "--report", watcher.report, "--quiet"});
     }
   }
 
@@ -180,8 +179,8 @@ int RunDemo(const ToolOptions& options) {
     std::printf(".");
     std::fflush(stdout);
   }
-  std::printf("\n\n%-10s %8s %16s %16s %16s\n", "watcher", "samples", "median offset",
-              "min offset", "max offset");
+  std::printf("\n\n%-10s %8s %16s %16s %16s\n", "watcher", "samples", "median offset", "min offset",
+              "max offset");
   std::vector<double> medians;
   for (std::size_t i = 0; i < watchers.size(); ++i) {
     const std::optional<int> exit = watchers[i].process->Wait(gStopRequested.load() ? 0 : 5'000);

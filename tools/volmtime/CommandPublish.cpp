@@ -145,8 +145,8 @@ int RunPublish(const ToolOptions& options) {
     if (lock.TakeOverRequested(requester)) {
       if (inPlace) std::printf("\n");
       if (statusLines)
-        std::printf("%s  %s takes over \"%s\"; stopping\n", Timestamp().c_str(),
-                    requester.c_str(), name.c_str());
+        std::printf("%s  %s takes over \"%s\"; stopping\n", Timestamp().c_str(), requester.c_str(),
+                    name.c_str());
       return 0;
     }
     const std::array<Reading, kReadingsPerUpdate> readings =

@@ -208,7 +208,8 @@ bool PrivateFolder::Exists(const std::string& file) const {
 
 void PrivateFolder::Remove(const std::string& file) const noexcept {
   try {
-    if (const Descriptor folder = impl_->Open(false)) (void)::unlinkat(folder.Get(), file.c_str(), 0);
+    if (const Descriptor folder = impl_->Open(false))
+      (void)::unlinkat(folder.Get(), file.c_str(), 0);
   } catch (...) {
     // Not the account's folder: nothing of ours is in it.
   }

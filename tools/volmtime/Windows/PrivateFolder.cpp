@@ -80,7 +80,8 @@ std::unique_ptr<PrivateFolder::Lock> PrivateFolder::TryLock(const std::string& f
     throw std::runtime_error("cannot use the lock " + file + " (error " +
                              std::to_string(::GetLastError()) + ")");
   const DWORD outcome = ::WaitForSingleObject(mutex, 0);
-  if (outcome == WAIT_OBJECT_0 || outcome == WAIT_ABANDONED) return std::make_unique<MutexLock>(mutex);
+  if (outcome == WAIT_OBJECT_0 || outcome == WAIT_ABANDONED)
+    return std::make_unique<MutexLock>(mutex);
   ::CloseHandle(mutex);
   return nullptr;
 }

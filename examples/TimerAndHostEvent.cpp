@@ -28,12 +28,14 @@ int main() {
     Check(factory->GetRelativeClock(clock.Out()), factory, "GetRelativeClock");
     Held<IWaitableTimer> timer;
     Check(clock->CreateTimer(timer.Out()), clock.Get(), "CreateTimer");
+    // A timer is made even when the system gives it no platform timer (a process out of
+    // descriptors, say); only its handle tells. Ask at once, before trusting it.
+    VolmHandle handles[2] = {};
+    Check(timer->GetHandle(&handles[kTimerIndex]), timer.Get(), "GetHandle");
     Held<IWaitForEvents> waiter;
     Check(factory->CreateWaitForEvents(waiter.Out()), factory, "CreateWaitForEvents");
 
     HostEvent hostEvent;
-    VolmHandle handles[2] = {};
-    Check(timer->GetHandle(&handles[kTimerIndex]), timer.Get(), "GetHandle");
     handles[kHostEventIndex] = hostEvent.Handle();
 
     // The timer, 20 ms from now on the clock.

@@ -17,12 +17,13 @@
 // - Readers map the store read-only and never write it.
 // - A new store is zero-filled until its writer sets up the header; the library's readers
 //   wait up to 250 ms for a version of 0 to change.
-// On Linux every process that holds a store keeps an open-file-description read lock
-// (F_OFD_SETLK) on byte 0 of the shared-memory object while it holds it; a store nobody
-// locks so is abandoned, and the library's next writer sets it up anew. Whoever opens a
-// store locks byte 1 while it checks and joins (write lock for a writer, read lock for a
-// reader). The object is created with mode 0644: its owner's account writes, every account
-// reads.
+// On Linux the object is created with mode 0644: its owner's account writes, every account
+// reads. The processes of the owner's account that hold a store keep open-file-description
+// read locks (F_OFD_SETLK) on byte 0 of its lock file, /dev/shm/.volmtime-UID/NAME (UID the
+// owner's, folder 0700, file 0600), while they hold it; a store nobody locks so is
+// abandoned, and the library's next opener removes it or sets it up anew. Whoever opens a
+// store write-locks byte 1 of the lock file while it checks and joins. A host of another
+// account cannot open the lock file: it maps the store without taking part.
 #ifndef VOLMTIME_VOLMSAMPLESTORE_H
 #define VOLMTIME_VOLMSAMPLESTORE_H
 

@@ -11,7 +11,10 @@
 
 namespace VolmTime::Platform::Linux {
 
-namespace {
+bool BelongsToThisAccount(int descriptor) noexcept {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && status.st_uid == ::geteuid();
+}
 
 std::string AccountOf(uid_t uid) {
   std::vector<char> buffer(4096);
@@ -23,6 +26,8 @@ std::string AccountOf(uid_t uid) {
   }
   return std::string(found->pw_name) + " (" + number + ")";
 }
+
+namespace {
 
 std::string BelongsTo(uid_t owner) {
   return "the store belongs to the account " + AccountOf(owner) +

@@ -1,15 +1,24 @@
 // SPDX-License-Identifier: MIT
 // Who may do what with a store on Linux. A store is created with mode 0644: its owner's
-// account writes it, every account reads it, and no other account can resize, lock out or
-// write it. Private to the Linux backend.
+// account writes it, every account reads it, and no other account can resize or write it.
+// Private to the Linux backend.
 #ifndef VOLMTIME_PLATFORM_LINUX_STOREACCESS_H
 #define VOLMTIME_PLATFORM_LINUX_STOREACCESS_H
+
+#include <sys/types.h>
 
 #include <string>
 
 namespace VolmTime::Platform::Linux {
 
 inline constexpr unsigned kStoreMode = 0644;
+
+// Whether the object behind `descriptor` belongs to this process's account (its effective
+// user). False when that cannot be read.
+[[nodiscard]] bool BelongsToThisAccount(int descriptor) noexcept;
+
+// "NAME (uid N)", or "uid N" for an account without a name.
+[[nodiscard]] std::string AccountOf(uid_t uid);
 
 // Why this process may not write the store behind `descriptor` (empty when it may): a
 // writer of another account's store could be cut short by that account at any time.

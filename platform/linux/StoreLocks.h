@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Open-file-description locks on a shared-memory object, through which the processes that
-// hold a store agree on its lifetime. Private to the Linux backend.
+// Open-file-description locks on a store's lock file (StoreLockFile.h), through which the
+// processes of the store's account that hold it agree on its lifetime. Private to the Linux
+// backend.
 //
-// Two bytes of the object carry the protocol (a lock may lie past the end of the object):
+// Two bytes of the lock file carry the protocol (a lock may lie past the end of a file):
 // - the holder byte is read-locked by every process that holds the store, for as long as it
 //   holds it; the kernel drops the lock when the holder ends, however it ends. A write lock
-//   on it means "the last holder is removing the name".
+//   on it means "the last holder is removing the names".
 // - the opening byte is write-locked by whoever opens the store, so that finding out
 //   whether the store is live, setting up a new or abandoned one and joining the holders
-//   happen as one step. Openers that may only read lock it shared and never set anything up.
+//   happen as one step.
+// Only the store's account can open the lock file; readers of other accounts hold a store
+// without taking part.
 #ifndef VOLMTIME_PLATFORM_LINUX_STORELOCKS_H
 #define VOLMTIME_PLATFORM_LINUX_STORELOCKS_H
 
@@ -19,8 +22,8 @@ namespace VolmTime::Platform::Linux {
 enum class StoreByte { kHolder = 0, kOpening = 1 };
 
 // How long a lock that another process holds is waited for. Openers and last holders keep
-// their locks for moments; a lock held longer belongs to a process that does not follow the
-// protocol.
+// their locks for moments; a lock held longer belongs to a process of the account that does
+// not follow the protocol.
 inline constexpr std::chrono::seconds kLockPatience{2};
 
 // Waits for the lock, at most kLockPatience. False with errno set on failure, EWOULDBLOCK

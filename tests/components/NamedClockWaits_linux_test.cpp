@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Linux only: a store whose opening protocol another process holds up (by keeping a lock of
-// it) makes a named clock wait, but never while the module lock is held: CreateInstance and
-// named clocks of other names in this process carry on. Windows opens mappings without
-// waiting on other processes.
+// Linux only: a store whose opening protocol another process of the account holds up (by
+// keeping a lock of it) makes a named clock wait, but never while the module lock is held:
+// CreateInstance and named clocks of other names in this process carry on. Windows opens
+// mappings without waiting on other processes.
 #if defined(__linux__)
 
 #include "VolmTime/Module/ModuleState.h"
 #include "VolmTime/VolmTimeFactory.h"
 #include "framework/CVolmPtr.h"
+#include "platform/linux/StoreLockFile.h"
 
 #include "tests/support/UniqueName.h"
 
@@ -24,14 +25,15 @@ namespace {
 
 TEST(NamedClockWaits, OpeningAStoreHeldUpByAnotherProcessLeavesTheModuleLockFree) {
   const std::string name = UniqueName("volm-held");
-  const int blocker = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0644);
-  ASSERT_GE(blocker, 0);
+  const int store = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0644);
+  ASSERT_GE(store, 0);
+  const auto blocker = VolmTime::Platform::Linux::StoreLockFile::Open(name);
   flock lock{};
   lock.l_type = F_WRLCK;
   lock.l_whence = SEEK_SET;
   lock.l_start = 1;  // the byte an opener locks while it checks and joins
   lock.l_len = 1;
-  ASSERT_EQ(::fcntl(blocker, F_OFD_SETLK, &lock), 0);
+  ASSERT_EQ(::fcntl(blocker.Descriptor(), F_OFD_SETLK, &lock), 0);
 
   CVolmPtr<VolmTime::VolmTimeFactory> factory(new VolmTime::VolmTimeFactory);
   std::atomic<bool> opened{false};
@@ -53,8 +55,9 @@ TEST(NamedClockWaits, OpeningAStoreHeldUpByAnotherProcessLeavesTheModuleLockFree
   opener.join();
   EXPECT_TRUE(tookLock);
   EXPECT_EQ(result, VOLM_E_FAIL);
-  ::close(blocker);
+  ::close(store);
   ::shm_unlink(name.c_str());
+  blocker.Remove();
 }
 
 }  // namespace

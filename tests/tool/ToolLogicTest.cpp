@@ -1,19 +1,22 @@
 // SPDX-License-Identifier: MIT
 // The volmtime tool's own logic: its command line, the publisher's schedule, exact offsets on
-// times near 1.3e17, the measures of the discipline report, and the plot as an XML document
-// (its axis titles and the numbers it carries are checked end to end by publish-and-plot.sh).
-// The servo and what `tracking` reads back are tested in simulation (ServoSimulationTest).
+// times near 1.3e17, the measures of the discipline report, the plot as an XML document (its
+// axis titles and the numbers it carries are checked end to end by publish-and-plot.sh), and
+// the names of its files. The servo and what `tracking` reads back are tested in simulation
+// (ServoSimulationTest).
 #include "Cli.h"
 #include "DisciplineReport.h"
 #include "StoreAnalysis.h"
 #include "Svg.h"
 #include "TimeFormat.h"
+#include "ToolFiles.h"
 #include "UpdateSchedule.h"
 
 #include <gtest/gtest.h>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -164,6 +167,24 @@ TEST(Plot, IsValidXmlWithEscapedTextAndRoundTickLabels) {
   EXPECT_EQ(document.get<std::string>("svg.title"), plot.title);
   EXPECT_NE(svg.find(">0.02</text>"), std::string::npos);  // a tick label of the offsets
   EXPECT_NE(svg.find(">-2.5</text>"), std::string::npos);  // and of the time axis
+}
+
+// Every store name gets a file name of its own that every system takes: plain names stay
+// readable, other bytes are spelt out, and the longest names are cut and told apart by a
+// digest of the whole name.
+TEST(ToolFiles, EveryNameGetsAShortFileNameOfItsOwn) {
+  std::string longestButOne(255, 'a');
+  longestButOne.back() = 'b';
+  const std::vector<std::string> names = {
+      "a b", "a_32b", "a~", std::string(255, 'a'), longestButOne, std::string(255, '\xff')};
+  std::set<std::string> bases;
+  for (const std::string& name : names) {
+    bases.insert(FileBaseOf(name));
+    EXPECT_LE(FileBaseOf(name).size(), 120u) << name;
+    EXPECT_EQ(FileBaseOf(name).find_first_of("/\\ :*?\"<>|"), std::string::npos) << name;
+  }
+  EXPECT_EQ(bases.size(), names.size());
+  EXPECT_EQ(FileBaseOf("Plant-1.a b"), "Plant-1.a_32b");
 }
 
 }  // namespace

@@ -2,25 +2,37 @@
 # SPDX-License-Identifier: MIT
 # The volmtime tool end to end on a real publisher: a second publisher is refused and told
 # who holds the store, --take-over replaces the holder, and the plot of the store is valid
-# XML with labelled axes whose offsets equal an exact recomputation from the samples, the
-# JSON outputs hold no number past 2^53, and the store is gone once both publishers have ended.
+# XML with labelled axes whose offsets equal an exact recomputation from the samples, and
+# the JSON outputs hold no number past 2^53. The longest name a store may have works as
+# well, and once the publishers have ended nothing of theirs is left (on Linux: the store,
+# its lock file, the tool's own files).
 # Usage: publish-and-plot.sh VOLMTIME [EMULATOR]   (the emulator runs Windows builds)
 set -euo pipefail
+. "$(dirname "$0")/leftovers.sh"
 tool=("${@:2}" "$1")
 [ -n "${2:-}" ] || tool=("$1")
 name="volmtime-plot-test-$$"
+# 255 bytes, the most a store's name may have, with bytes that no file name keeps as they are.
+long="$name-long-*?:"
+long="$long$(printf 'x%.0s' $(seq $((255 - ${#long}))))"
 scratch=$(mktemp -d)
 first=
 trap '[ -z "$first" ] || kill "$first" 2>/dev/null; rm -rf "$scratch"' EXIT
 
-"${tool[@]}" publish "$name" --interval-ms 20 --duration-s 60 >"$scratch/first.txt" &
-first=$!
-# Wait for the first status line: the store exists and the lock is held.
-for _ in $(seq 200); do
-  grep -q publishing "$scratch/first.txt" 2>/dev/null && break
-  sleep 0.1
-done
-grep -q publishing "$scratch/first.txt" || { echo "the publisher did not start"; exit 1; }
+# Starts a publisher of $1, writing to $2, and waits for its first status line: the store
+# exists and the lock is held.
+start_publisher() {
+  "${tool[@]}" publish "$1" --interval-ms 20 --duration-s 60 >"$2" &
+  first=$!
+  for _ in $(seq 200); do
+    grep -q publishing "$2" 2>/dev/null && return 0
+    sleep 0.1
+  done
+  echo "the publisher of $1 did not start"
+  exit 1
+}
+
+start_publisher "$name" "$scratch/first.txt"
 # Enough samples for the plot check below; a busy machine only makes this take longer.
 for _ in $(seq 600); do
   "${tool[@]}" inspect "$name" --last 100 --json >"$scratch/count.json" 2>/dev/null &&
@@ -67,11 +79,21 @@ first=
 grep -q "takes over" "$scratch/first.txt" ||
   { echo "the first publisher did not give way:"; cat "$scratch/first.txt"; exit 1; }
 
-# Both publishers have ended, and so has the store they wrote (Linux keeps it in /dev/shm).
-if [ -z "${2:-}" ] && [ -d /dev/shm ]; then
-  left=$(ls /dev/shm | grep -F -- "$name" || true)
-  [ -z "$left" ] || { echo "left in /dev/shm: $left"; exit 1; }
-fi
+# A store of the longest name: published, refused to a second publisher, read.
+start_publisher "$long" "$scratch/long.txt"
+set +e
+"${tool[@]}" publish "$long" --duration-s 1 >/dev/null 2>"$scratch/refused.txt"
+refused=$?
+set -e
+grep -q "is being published by pid" "$scratch/refused.txt" ||
+  { echo "a second publisher of a long name was not refused (exit $refused)"; exit 1; }
+"${tool[@]}" inspect "$long" --last 1 >/dev/null
+"${tool[@]}" publish "$long" --take-over --interval-ms 20 --duration-s 0.2 >/dev/null
+wait "$first"
+first=
+
+# Both publishers have ended, and so has everything of theirs.
+[ -n "${2:-}" ] || expect_nothing_left "$name" "after the publishers"
 
 xmllint --noout "$scratch/plot.svg"
 python3 - "$scratch/plot.svg" "$scratch/store.json" <<'PY'

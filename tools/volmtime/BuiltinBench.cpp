@@ -264,7 +264,7 @@ int RunBuiltinBench(int rounds, int repetitions, const std::string& jsonPath,
          {"p99_late_us", standard.p99}});
   }
   Ref<IWaitableTimer> timer;
-  Check(relative->CreateTimer(timer.Out()), relative.Get(), "CreateTimer");
+  CreateCheckedTimer(relative.Get(), timer);
   for (const int ms : {1, 10}) {
     timer->SetPeriodic(static_cast<std::uint64_t>(ms) * 10'000);
     std::int32_t outcome = 0;

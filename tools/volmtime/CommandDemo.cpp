@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
 #include "Library.h"
+#include "PrivateFolder.h"
+#include "PublisherLeftovers.h"
 #include "Segments.h"
 #include "TimeFormat.h"
+#include "ToolFiles.h"
+#include "WriterLock.h"
 
 #include "tools/common/ChildProcess.h"
 
@@ -18,11 +22,80 @@
 namespace {
 
 constexpr double kAgreementUs = 500;
+// As a shell reports a program that Ctrl-C ended.
+constexpr int kInterruptedExitCode = 130;
 
 struct Watcher {
   std::string report;
   std::unique_ptr<ChildProcess> process;
   std::vector<double> offsetsUs;
+};
+
+// The demo's other processes and their files. However the demo ends, they end and nothing of
+// them is left: the publisher is asked to stop as a second publisher would ask it, the
+// watchers are ended, and what a killed process left is cleared.
+class DemoProcesses {
+ public:
+  DemoProcesses(const Library& library, std::string name)
+      : library_(library), name_(std::move(name)) {}
+  DemoProcesses(const DemoProcesses&) = delete;
+  DemoProcesses& operator=(const DemoProcesses&) = delete;
+  ~DemoProcesses() {
+    try {
+      Finish();
+    } catch (...) {
+      // The private folder cannot be used any more: nothing more can be cleared.
+    }
+  }
+
+  void StartPublisher(double seconds) {
+    publisher_ = std::make_unique<ChildProcess>(
+        SiblingProgram("volmtime"),
+        std::vector<std::string>{"publish", name_, "--interval-ms", "50", "--duration-s",
+                                 std::to_string(seconds), "--quiet"});
+  }
+
+  void StartWatchers(std::size_t count, double seconds) {
+    for (std::size_t i = 0; i < count; ++i) {
+      Watcher& watcher = watchers_.emplace_back();
+      watcher.report =
+          folder_.PathOf("demo-" + FileBaseOf(name_) + "-watcher-" + std::to_string(i + 1));
+      watcher.process = std::make_unique<ChildProcess>(
+          SiblingProgram("volmtime"),
+          std::vector<std::string>{"watch", name_, "--interval-ms", "50", "--duration-s",
+                                   std::to_string(seconds), "--report", watcher.report, "--quiet"});
+    }
+  }
+
+  [[nodiscard]] std::vector<Watcher>& Watchers() { return watchers_; }
+
+  void Finish() {
+    for (Watcher& watcher : watchers_) {
+      if (!watcher.process->Wait(0)) {
+        watcher.process->Kill();
+        watcher.process->Wait(kPatienceMs);
+      }
+      std::remove(watcher.report.c_str());
+    }
+    if (publisher_ && !publisher_->Wait(0)) {
+      const std::atomic<bool> never{false};
+      WriterLock lock(name_);
+      if (!lock.TakeOver(std::chrono::milliseconds(kPatienceMs), never)) publisher_->Kill();
+      publisher_->Wait(kPatienceMs);
+    }
+    publisher_.reset();
+    ClearPublisherLeftovers(library_, name_);
+    folder_.RemoveIfEmpty();
+  }
+
+ private:
+  static constexpr std::uint32_t kPatienceMs = 5'000;
+
+  const Library& library_;
+  std::string name_;
+  PrivateFolder folder_;
+  std::unique_ptr<ChildProcess> publisher_;
+  std::vector<Watcher> watchers_;
 };
 
 std::vector<double> ReadOffsets(const std::string& path) {
@@ -43,7 +116,7 @@ double Median(std::vector<double> values) {
 // Waits until the publisher has made the store and published its first sample.
 bool WaitForStore(const Library& library, const WideName& name) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (std::chrono::steady_clock::now() < deadline) {
+  while (!gStopRequested.load() && std::chrono::steady_clock::now() < deadline) {
     Ref<IClock> clock;
     if (library.Factory()->CreateSynchronizedClock(name.c_str(), clock.Out()) == VOLM_S_OK) {
       std::uint64_t time = 0;
@@ -59,7 +132,6 @@ bool WaitForStore(const Library& library, const WideName& name) {
 int RunDemo(const ToolOptions& options) {
   const double seconds = options.seconds;
   Library library;
-  const std::string self = SiblingProgram("volmtime");
   const std::string name =
       "volmtime-demo-" +
       std::to_string(std::chrono::system_clock::now().time_since_epoch().count());
@@ -67,28 +139,25 @@ int RunDemo(const ToolOptions& options) {
   std::printf(
       "%s  VolmTime demo: one publisher and two watcher processes share \"%s\" for %.0f s\n",
       Timestamp().c_str(), name.c_str(), seconds);
+  std::fflush(stdout);
 
-  ChildProcess publisher(self, {"publish", name, "--interval-ms", "50", "--duration-s",
-                                std::to_string(seconds + 3), "--quiet"});
+  DemoProcesses processes(library, name);
+  processes.StartPublisher(seconds + 3);
   if (!WaitForStore(library, wideName)) {
-    std::printf("verdict: FAILED, the publisher did not publish\n");
-    return 1;
+    std::printf("verdict: FAILED, %s\n", gStopRequested.load()
+                                             ? "interrupted before the publisher published"
+                                             : "the publisher did not publish");
+    return gStopRequested.load() ? kInterruptedExitCode : 1;
   }
-  std::vector<Watcher> watchers(2);
-  for (std::size_t i = 0; i < watchers.size(); ++i) {
-    watchers[i].report = name + "-watcher-" + std::to_string(i + 1) + ".txt";
-    watchers[i].process = std::make_unique<ChildProcess>(
-        self, std::vector<std::string>{"watch", name, "--interval-ms", "50", "--duration-s",
-                                       std::to_string(seconds), "--report", watchers[i].report,
-                                       "--quiet"});
-  }
+  processes.StartWatchers(2, seconds);
+  std::vector<Watcher>& watchers = processes.Watchers();
 
   // Meanwhile a timer on the shared time axis, armed for one second ahead.
   Ref<IClock> clock;
   Check(library.Factory()->CreateSynchronizedClock(wideName.c_str(), clock.Out()),
         library.Factory(), "opening the named clock");
   Ref<IWaitableTimer> timer;
-  Check(clock->CreateTimer(timer.Out()), clock.Get(), "CreateTimer");
+  CreateCheckedTimer(clock.Get(), timer);
   std::uint64_t armedAt = 0;
   Check(clock->GetTime(&armedAt), clock.Get(), "reading the named clock");
   const std::uint64_t due = armedAt + VOLM_TIME_UNITS_PER_SECOND;
@@ -116,7 +185,6 @@ int RunDemo(const ToolOptions& options) {
   for (std::size_t i = 0; i < watchers.size(); ++i) {
     const std::optional<int> exit = watchers[i].process->Wait(gStopRequested.load() ? 0 : 5'000);
     watchers[i].offsetsUs = ReadOffsets(watchers[i].report);
-    std::remove(watchers[i].report.c_str());
     const auto& offsets = watchers[i].offsetsUs;
     if (!exit || *exit != 0 || offsets.empty()) {
       allHeld = false;
@@ -134,17 +202,9 @@ int RunDemo(const ToolOptions& options) {
               kAgreementUs);
   std::printf("timer armed for %s fired %+.4f ms from its time (outcome %d)\n",
               FormatSystemTime(due).c_str(), lateMs, outcome);
-  const bool interrupted = gStopRequested.load();
-  publisher.Kill();
-  publisher.Wait(5'000);
-  // The publisher was stopped abruptly; opening the name once more clears what it left.
-  Ref<IPiecewiseLinearCorrection> sweep;
-  clock.Reset();
-  timer.Reset();
-  (void)library.Advanced()->OpenSharedMemoryCorrection(wideName.c_str(), sweep.Out());
-  if (interrupted) {
+  if (gStopRequested.load()) {
     std::printf("verdict: FAILED, interrupted before the watchers finished\n");
-    return 130;
+    return kInterruptedExitCode;
   }
   std::printf("verdict: %s\n", allHeld
                                    ? "PASS, the processes shared one time and the timer fired on it"

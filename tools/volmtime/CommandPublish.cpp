@@ -96,9 +96,11 @@ int RunPublish(const ToolOptions& options) {
     std::printf("%s  asking the publisher of \"%s\" (%s) to stop\n", Timestamp().c_str(),
                 name.c_str(), holder.c_str());
     std::fflush(stdout);
-    if (!lock.TakeOver(std::chrono::seconds(10)))
+    if (!lock.TakeOver(std::chrono::seconds(10), gStopRequested)) {
+      if (gStopRequested.load()) return 0;
       throw CommandError("the publisher of \"" + name + "\" (" + holder +
                          ") did not stop within 10 s");
+    }
   }
 
   const bool statusLines = !options.quiet;
@@ -142,8 +144,9 @@ int RunPublish(const ToolOptions& options) {
     if (!WaitUntil(counter.Get(), deadline, slice)) break;
     if (lock.TakeOverRequested(requester)) {
       if (inPlace) std::printf("\n");
-      std::printf("%s  %s takes over \"%s\"; stopping\n", Timestamp().c_str(), requester.c_str(),
-                  name.c_str());
+      if (statusLines)
+        std::printf("%s  %s takes over \"%s\"; stopping\n", Timestamp().c_str(), requester.c_str(),
+                    name.c_str());
       return 0;
     }
     const std::array<Reading, kReadingsPerUpdate> readings =

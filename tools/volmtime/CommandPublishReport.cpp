@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "DisciplineReport.h"
 #include "Library.h"
+#include "PublisherLeftovers.h"
 #include "ReferenceClock.h"
 #include "StoreAnalysis.h"
 #include "StoreMapping.h"
@@ -155,6 +156,7 @@ int RunPublishReport(const ToolOptions& options) {
   ChildProcess publisher(SiblingProgram("volmtime"),
                          {"publish", name, "--interval-ms", interval, "--max-slew-ppm", slew,
                           "--jump-ms", jump, "--reference", options.reference, "--quiet"});
+  const ChildPublisherGuard publisherLeavesNothing(library, publisher, name);
   Observer observer(library, name, options.reference);
   std::printf(
       "%s  measuring \"%s\" against %s: %g s published every %s ms, then %g s of "

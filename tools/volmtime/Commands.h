@@ -27,7 +27,8 @@ int RunDemo(const ToolOptions& options);
 // Runs the benchmarks and prints their results as Markdown tables.
 int RunBench(const ToolOptions& options);
 
-// Set by Ctrl-C or SIGTERM; long-running commands end cleanly when they see it.
+// Set by the signals that ask the process to end (StopSignals.h); long-running commands end
+// cleanly when they see it.
 extern std::atomic<bool> gStopRequested;
 
 #endif  // TOOLS_VOLMTIME_COMMANDS_H

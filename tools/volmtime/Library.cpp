@@ -40,3 +40,9 @@ void Check(VolmResult result, IVolmUnknown* source, const std::string& what) {
   std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(result));
   throw LibraryError(what + " failed (" + code + ")" + (text.empty() ? "" : ": " + text));
 }
+
+void CreateCheckedTimer(IClock* clock, Ref<IWaitableTimer>& timer) {
+  Check(clock->CreateTimer(timer.Out()), clock, "CreateTimer");
+  VolmHandle handle{};
+  Check(timer->GetHandle(&handle), timer.Get(), "asking the new timer for its handle");
+}

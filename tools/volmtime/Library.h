@@ -42,4 +42,10 @@ class Library {
 // last error of `source`.
 void Check(VolmResult result, IVolmUnknown* source, const std::string& what);
 
+// Makes `timer` a new timer on `clock`. The library makes a timer even when the system gives
+// it no platform timer (out of descriptors, say) and says so only when asked for its handle;
+// this asks at once and throws LibraryError with the library's text ("CreateWaitableTimer
+// failed!") rather than use a timer that cannot fire.
+void CreateCheckedTimer(IClock* clock, Ref<IWaitableTimer>& timer);
+
 #endif  // TOOLS_VOLMTIME_LIBRARY_H

@@ -2,24 +2,15 @@
 // volmtime: reads, publishes, watches and inspects VolmTime's shared time from the command
 // line.
 #include "Commands.h"
+#include "StopSignals.h"
 
-#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <map>
 #include <string>
 
-std::atomic<bool> gStopRequested{false};
-
-namespace {
-
-extern "C" void RequestStop(int) { gStopRequested = true; }
-
-}  // namespace
-
 int main(int argc, char** argv) {
-  std::signal(SIGINT, RequestStop);
-  std::signal(SIGTERM, RequestStop);
+  InstallStopSignals();
   ToolOptions options;
   if (const std::optional<int> exit = ParseCommandLine(argc, argv, options, std::cout, std::cerr))
     return *exit;

@@ -118,6 +118,13 @@ TEST(DisciplineMeasures, GridRatesStepsAndIntervalsOfPublishedSamples) {
   EXPECT_NEAR(rates[1], 0, 1e-6);
   EXPECT_NEAR(rates[2], 8'000, 1e-6);
   EXPECT_NEAR(rates[3], 0, 1e-6);
+  // A 1000-tick second: offsets of +-30 ns while published, the last second's mean 30 ns,
+  // then seconds whose means drift to 10 and 90 ns.
+  const DisciplineMeasures measured =
+      MeasureDiscipline(samples, {{10'900, -30}, {11'600, 30}, {11'900, 30}},
+                        {{12'100, 10}, {13'500, 90}}, 10'000, 12'000, 1'000);
+  EXPECT_DOUBLE_EQ(measured.rmsOffsetNs, 30);
+  EXPECT_DOUBLE_EQ(measured.holdoverDriftNs, 60);
   const std::vector<ReportLine> lines = JudgeDiscipline({100, 0.03, 0, 99, 201, 10, 100.05});
   ASSERT_EQ(lines.size(), 5u);
   EXPECT_FALSE(lines[0].held);  // 0.03 ppm

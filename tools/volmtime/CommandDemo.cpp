@@ -4,6 +4,7 @@
 #include "PrivateFolder.h"
 #include "PublisherLeftovers.h"
 #include "Segments.h"
+#include "Statistics.h"
 #include "TimeFormat.h"
 #include "ToolFiles.h"
 #include "WriterLock.h"
@@ -105,12 +106,6 @@ std::vector<double> ReadOffsets(const std::string& path) {
   std::int64_t offset = 0;
   while (file >> reference >> offset) offsets.push_back(static_cast<double>(offset) / 10.0);
   return offsets;
-}
-
-double Median(std::vector<double> values) {
-  if (values.empty()) return NAN;
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 // Waits until the publisher has made the store and published its first sample.

@@ -5,16 +5,13 @@
 #include "Library.h"
 #include "PublisherLeftovers.h"
 #include "ReferenceClock.h"
-#include "StoreAnalysis.h"
 #include "StoreMapping.h"
 #include "StoreView.h"
 #include "TimeFormat.h"
 
 #include "tools/common/ChildProcess.h"
 
-#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <thread>
@@ -24,14 +21,6 @@ namespace {
 constexpr double kDefaultTrackingSeconds = 30;
 // How often the function is compared with the reference.
 constexpr double kCompareEverySeconds = 0.01;
-// The drift in holdover is measured from the mean offset of this last stretch before the kill.
-constexpr double kBeforeKillSeconds = 1;
-
-struct Comparison {
-  std::uint64_t tick;
-  std::int64_t offsetNs;  // the function as readers evaluate it, minus the reference
-};
-
 // Owns what the measurement reads: the library's counter, the reference, the store's bytes
 // and a named clock, which keeps the store alive as any reader does once the publisher is gone.
 class Observer {
@@ -120,26 +109,6 @@ bool CompareFor(Observer& observer, double seconds, std::vector<Comparison>& com
   return true;
 }
 
-// The mean offset of each whole second after `fromTick`.
-std::vector<double> SecondMeans(const std::vector<Comparison>& comparisons, std::uint64_t fromTick,
-                                std::uint64_t frequency) {
-  std::vector<double> sums;
-  std::vector<double> counts;
-  for (const Comparison& c : comparisons) {
-    const std::size_t second = (c.tick - fromTick) / frequency;
-    if (second >= sums.size()) {
-      sums.resize(second + 1);
-      counts.resize(second + 1);
-    }
-    sums[second] += static_cast<double>(c.offsetNs);
-    counts[second] += 1;
-  }
-  std::vector<double> means;
-  for (std::size_t i = 0; i < sums.size(); ++i)
-    if (counts[i] > 0) means.push_back(sums[i] / counts[i]);
-  return means;
-}
-
 }  // namespace
 
 int RunPublishReport(const ToolOptions& options) {
@@ -174,40 +143,10 @@ int RunPublishReport(const ToolOptions& options) {
   const std::vector<CorrectionSample> samples = observer.AllSamples();
   const BenchConditions atEnd = MeasuredConditions();
 
-  const double frequency = static_cast<double>(observer.Frequency());
-  DisciplineMeasures measures;
+  DisciplineMeasures measures =
+      MeasureDiscipline(samples, tracking, holdover, startTick, killTick, observer.Frequency());
   measures.intervalMs = options.intervalMs;
   measures.holdoverS = options.holdoverS;
-  const std::vector<double> rates =
-      GridRatesPpm(samples, std::max(startTick, samples.front().tick), killTick,
-                   static_cast<std::uint64_t>(0.1 * frequency), NominalRate(observer.Frequency()));
-  double sum = 0;
-  for (const double rate : rates) sum += rate;
-  double squares = 0;
-  for (const double rate : rates)
-    squares += (rate - sum / static_cast<double>(rates.size())) *
-               (rate - sum / static_cast<double>(rates.size()));
-  measures.rateDeviationPpm =
-      rates.size() > 1 ? std::sqrt(squares / static_cast<double>(rates.size() - 1)) : 0;
-  measures.largestStepNs = LargestStep(samples) * 100;
-  double offsetSquares = 0;
-  double lastSecond = 0;
-  std::size_t lastSecondCount = 0;
-  for (const Comparison& c : tracking) {
-    offsetSquares += static_cast<double>(c.offsetNs) * static_cast<double>(c.offsetNs);
-    if (static_cast<double>(killTick - c.tick) <= kBeforeKillSeconds * frequency) {
-      lastSecond += static_cast<double>(c.offsetNs);
-      ++lastSecondCount;
-    }
-  }
-  measures.rmsOffsetNs =
-      tracking.empty() ? 0 : std::sqrt(offsetSquares / static_cast<double>(tracking.size()));
-  // Single comparisons scatter over the 100-ns unit that readers see; the means of whole
-  // seconds do not.
-  const double before = lastSecondCount > 0 ? lastSecond / static_cast<double>(lastSecondCount) : 0;
-  for (const double mean : SecondMeans(holdover, killTick, observer.Frequency()))
-    measures.holdoverDriftNs = std::max(measures.holdoverDriftNs, std::abs(mean - before));
-  measures.meanIntervalMs = MeanUpdateInterval(samples) / frequency * 1e3;
 
   std::printf("%s  %zu updates, %zu comparisons while published, %zu in holdover\n",
               Timestamp().c_str(), samples.size() / 2, tracking.size(), holdover.size());

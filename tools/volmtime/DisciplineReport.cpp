@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "DisciplineReport.h"
 
+#include "Statistics.h"
 #include "StoreAnalysis.h"
 
 #include <algorithm>
@@ -77,4 +78,56 @@ std::vector<ReportLine> JudgeDiscipline(const DisciplineMeasures& m) {
       Line(holdover, "%.0f ns", m.holdoverDriftNs, "at most 200 ns", m.holdoverDriftNs <= 200),
       Line("mean update interval", "%.4f ms", m.meanIntervalMs, interval, intervalError <= 0.1),
   };
+}
+
+namespace {
+
+// The mean offset of each whole second after `fromTick`.
+std::vector<double> SecondMeans(const std::vector<Comparison>& comparisons, std::uint64_t fromTick,
+                                std::uint64_t frequency) {
+  std::vector<double> sums;
+  std::vector<double> counts;
+  for (const Comparison& c : comparisons) {
+    const std::size_t second = (c.tick - fromTick) / frequency;
+    if (second >= sums.size()) {
+      sums.resize(second + 1);
+      counts.resize(second + 1);
+    }
+    sums[second] += static_cast<double>(c.offsetNs);
+    counts[second] += 1;
+  }
+  std::vector<double> means;
+  for (std::size_t i = 0; i < sums.size(); ++i)
+    if (counts[i] > 0) means.push_back(sums[i] / counts[i]);
+  return means;
+}
+
+}  // namespace
+
+DisciplineMeasures MeasureDiscipline(const std::vector<CorrectionSample>& samples,
+                                     const std::vector<Comparison>& tracking,
+                                     const std::vector<Comparison>& holdover,
+                                     std::uint64_t startTick, std::uint64_t killTick,
+                                     std::uint64_t frequency) {
+  DisciplineMeasures measures;
+  if (samples.empty()) return measures;
+  const auto ticksPerSecond = static_cast<double>(frequency);
+  measures.rateDeviationPpm =
+      Summarise(GridRatesPpm(samples, std::max(startTick, samples.front().tick), killTick,
+                             frequency / 10, NominalRate(frequency)))
+          .stddev;
+  measures.largestStepNs = LargestStep(samples) * 100;
+  std::vector<double> offsets;
+  std::vector<double> lastSecond;
+  for (const Comparison& c : tracking) {
+    offsets.push_back(static_cast<double>(c.offsetNs));
+    if (static_cast<double>(killTick - c.tick) <= ticksPerSecond)
+      lastSecond.push_back(offsets.back());
+  }
+  measures.rmsOffsetNs = RootMeanSquare(offsets);
+  const double before = lastSecond.empty() ? 0 : Summarise(lastSecond).mean;
+  for (const double mean : SecondMeans(holdover, killTick, frequency))
+    measures.holdoverDriftNs = std::max(measures.holdoverDriftNs, std::abs(mean - before));
+  measures.meanIntervalMs = MeanUpdateInterval(samples) / ticksPerSecond * 1e3;
+  return measures;
 }

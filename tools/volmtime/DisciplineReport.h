@@ -27,6 +27,12 @@ std::int64_t LargestStep(const std::vector<CorrectionSample>& samples);
 // the latest) in ticks, from the second update on; 0 with fewer than three updates.
 double MeanUpdateInterval(const std::vector<CorrectionSample>& samples);
 
+// The function, as readers evaluate it, minus the reference at `tick`.
+struct Comparison {
+  std::uint64_t tick;
+  std::int64_t offsetNs;
+};
+
 struct ReportLine {
   std::string measure;
   std::string value;
@@ -45,5 +51,17 @@ struct DisciplineMeasures {
   double meanIntervalMs = 0;
 };
 std::vector<ReportLine> JudgeDiscipline(const DisciplineMeasures& measures);
+
+// The measures of a run, but for its settings (intervalMs, holdoverS): `samples`, all that the
+// store held at its end; `tracking`, the comparisons from `startTick` while the publisher ran,
+// up to `killTick`; `holdover`, those after the kill. The rate over a 100 ms grid runs from
+// the first sample (or `startTick`) to the kill; the holdover drift is the largest difference
+// between the mean offset of a whole second after the kill and that of the last second
+// before it, since single comparisons scatter over the 100-ns unit readers see.
+DisciplineMeasures MeasureDiscipline(const std::vector<CorrectionSample>& samples,
+                                     const std::vector<Comparison>& tracking,
+                                     const std::vector<Comparison>& holdover,
+                                     std::uint64_t startTick, std::uint64_t killTick,
+                                     std::uint64_t frequency);
 
 #endif  // TOOLS_VOLMTIME_DISCIPLINEREPORT_H

@@ -2,6 +2,7 @@
 #include "FrequencyEstimator.h"
 
 #include "Segments.h"
+#include "Statistics.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,13 +31,6 @@ constexpr std::size_t kPointsToJudgeSteps = 4;
 // A window that started again fits its own slope once it has this many points and knows the
 // slope as well as the one carried over, or spans half the window.
 constexpr std::size_t kPointsForOwnSlope = 8;
-
-double Median(std::vector<double> values) {
-  if (values.empty()) return 0;
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
 
 struct Point {
   double x;  // ticks after the base, at the middle of the reading

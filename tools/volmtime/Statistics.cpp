@@ -19,3 +19,17 @@ Summary Summarise(std::vector<double> values) {
   }
   return summary;
 }
+
+double Median(std::vector<double> values) {
+  if (values.empty()) return NAN;
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+double RootMeanSquare(const std::vector<double>& values) {
+  if (values.empty()) return 0;
+  double squares = 0;
+  for (const double value : values) squares += value * value;
+  return std::sqrt(squares / static_cast<double>(values.size()));
+}

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "StoreAnalysis.h"
 
+#include "Statistics.h"
+
 #include <VolmTime/VolmTypes.h>
 
 #include <algorithm>
@@ -43,12 +45,6 @@ namespace {
 // The counter's own frequency error that a rate of `rate` units per tick corrects.
 double OwnErrorPpm(double rate, double nominalRate) { return (nominalRate / rate - 1.0) * 1e6; }
 
-double Median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
-
 }  // namespace
 
 TrackingState Track(const std::vector<CorrectionSample>& samples, std::uint64_t frequency,
@@ -81,24 +77,18 @@ TrackingState Track(const std::vector<CorrectionSample>& samples, std::uint64_t 
   state.lastUpdateAgeS =
       std::max<double>(0, static_cast<double>(Difference(nowTick, updateTick))) / ticksPerSecond;
   if (!pairs.empty()) {
-    double squares = 0;
-    double sum = 0;
-    double sumOfSquares = 0;
+    std::vector<double> removed;
+    std::vector<double> estimates;
     for (const Pair& pair : pairs) {
-      const double removed = (pair.holdover.rate - pair.slewing.rate) *
-                             static_cast<double>(pair.holdover.tick - pair.slewing.tick) * 100.0;
-      squares += removed * removed;
-      const double estimate = OwnErrorPpm(pair.holdover.rate, nominal);
-      sum += estimate;
-      sumOfSquares += estimate * estimate;
-      if (&pair == &pairs.front()) state.lastOffsetNs = removed;
+      removed.push_back((pair.holdover.rate - pair.slewing.rate) *
+                        static_cast<double>(pair.holdover.tick - pair.slewing.tick) * 100.0);
+      estimates.push_back(OwnErrorPpm(pair.holdover.rate, nominal));
     }
-    const auto count = static_cast<double>(pairs.size());
-    state.rmsOffsetNs = std::sqrt(squares / count);
+    state.lastOffsetNs = removed.front();
+    state.rmsOffsetNs = RootMeanSquare(removed);
     if (pairs.size() >= 2) {
-      state.residualFrequencyPpm =
-          state.frequencyPpm - OwnErrorPpm(pairs[1].holdover.rate, nominal);
-      state.skewPpm = std::sqrt(std::max(0.0, (sumOfSquares - sum * sum / count) / (count - 1)));
+      state.residualFrequencyPpm = estimates[0] - estimates[1];
+      state.skewPpm = Summarise(estimates).stddev;
       state.updateIntervalS =
           static_cast<double>(pairs[0].slewing.tick - pairs[1].slewing.tick) / ticksPerSecond;
       std::vector<double> intervals;
